@@ -1,0 +1,21 @@
+# Everything a person does with this tree, on a bare Debian 12.
+
+.PHONY: run test bench deps clean
+
+run: deps
+	scripts/build release
+	scripts/run build/release $(if $(VIDEO),"$(VIDEO)")
+
+test: deps
+	scripts/build dev
+	scripts/test dev
+
+bench: deps
+	scripts/build release -DTAVRIN_BENCH=ON
+	build/release/bench/bench
+
+deps:
+	scripts/install-dependencies
+
+clean:
+	rm -rf build

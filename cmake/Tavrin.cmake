@@ -1,0 +1,35 @@
+# What every target of this project is built with, and the functions that declare them.
+
+add_library(tavrin_options INTERFACE)
+target_compile_options(tavrin_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                                -Woverloaded-virtual -Wconversion)
+target_compile_definitions(tavrin_options INTERFACE QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+if(TAVRIN_SANITIZE)
+  target_compile_options(tavrin_options INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
+                                                  -fno-sanitize-recover=undefined)
+  target_link_options(tavrin_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# tavrin_library(<folder> SOURCES ... [LINK ...]): the static library of one folder of src/, called
+# tavrin_<folder>. Its headers are included as "<folder>/<file>.h".
+function(tavrin_library folder)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
+  add_library(tavrin_${folder} STATIC ${ARG_SOURCES})
+  target_include_directories(tavrin_${folder} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+  target_link_libraries(tavrin_${folder} PUBLIC ${ARG_LINK} PRIVATE tavrin_options)
+endfunction()
+
+# tavrin_test(<name> SOURCES ... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one Qt Test executable,
+# registered with CTest; runs without a display through Qt's offscreen platform.
+function(tavrin_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "TIMEOUT" "SOURCES;LINK;LABELS")
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} Qt6::Test tavrin_options)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
+endfunction()

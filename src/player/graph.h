@@ -1,0 +1,127 @@
+#pragma once
+
+#include "player/player_state.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+class QWidget;
+
+// The roles of a media library's playback graph, as the engine uses them. What a library reports is a status:
+// negative is a failure, zero success, a positive one success with a remark.
+
+using Status = std::int32_t;
+
+constexpr Status statusOk = 0;
+constexpr Status statusFailure = static_cast<Status>(0x80004005u);
+
+[[nodiscard]] constexpr bool failed(Status status)
+{
+    return status < 0;
+}
+
+/// Which picture a seek means. A frame step names the neighbour of the picture on the screen: where frames are
+/// not equally long, its time is not the one computed from the frame rate.
+enum class SeekTo { Time, NextPicture, PreviousPicture };
+
+/// Starts and stops the stream.
+class MediaControl {
+public:
+    virtual ~MediaControl() = default;
+    [[nodiscard]] virtual Status run() = 0;
+    [[nodiscard]] virtual Status pause() = 0;
+    virtual Status stop() = 0;
+};
+
+/// Obtained for the session and never read.
+class MediaEvent {
+public:
+    virtual ~MediaEvent() = default;
+};
+
+/// Position, duration and rate. Media times are in 100-ns units.
+class MediaSeeking {
+public:
+    virtual ~MediaSeeking() = default;
+
+    /// Seeks to `current` (absolute) and leaves the stop position alone. Times before the first or after the
+    /// last picture mean that picture. The newest call counts.
+    virtual Status setPositions(MediaTime current, SeekTo picture) = 0;
+
+    /// While paused the time of the picture on the screen, rounded up so that its truncated frame number names
+    /// it; from a seek until its picture is there, the time asked for.
+    [[nodiscard]] virtual MediaTime currentPosition() = 0;
+
+    [[nodiscard]] virtual MediaTime duration() = 0;
+    [[nodiscard]] virtual Status setRate(double rate) = 0;
+    [[nodiscard]] virtual double rate() = 0;
+};
+
+/// What the video's picture is like.
+class BasicVideo {
+public:
+    virtual ~BasicVideo() = default;
+
+    /// Pixels, as shown; 0 without a picture.
+    [[nodiscard]] virtual std::int32_t sourceWidth() = 0;
+    [[nodiscard]] virtual std::int32_t sourceHeight() = 0;
+
+    /// Seconds; 0 if the stream has no frame duration.
+    [[nodiscard]] virtual double averageTimePerFrame() = 0;
+};
+
+/// Where the picture is shown.
+class VideoWindow {
+public:
+    virtual ~VideoWindow() = default;
+    [[nodiscard]] virtual Status setOwner(QWidget *owner) = 0;
+    [[nodiscard]] virtual Status setWindowStyle(std::uint32_t styleBits) = 0;
+
+    /// Logical pixels, relative to the owner.
+    [[nodiscard]] virtual Status setWindowPosition(int x, int y, int width, int height) = 0;
+};
+
+/// An interface asked for, or null with the status that says why.
+template <typename Interface>
+struct Queried {
+    Status status = statusFailure;
+    std::unique_ptr<Interface> object;
+};
+
+/// One graph: renders one file and hands out the other roles. The roles must be released before their graph.
+class GraphBuilder {
+public:
+    virtual ~GraphBuilder() = default;
+    [[nodiscard]] virtual Queried<MediaControl> queryControl() = 0;
+    [[nodiscard]] virtual Queried<MediaEvent> queryEvent() = 0;
+    [[nodiscard]] virtual Queried<BasicVideo> queryBasicVideo() = 0;
+    [[nodiscard]] virtual Queried<MediaSeeking> querySeeking() = 0;
+    [[nodiscard]] virtual Queried<VideoWindow> queryVideoWindow() = 0;
+
+    /// Loads the file and builds what plays it, without starting. Blocks until its first picture is known.
+    [[nodiscard]] virtual Status renderFile(const QString &path) = 0;
+};
+
+/// The left and right level of the program's sound, 0 to 0xFFFF each.
+struct WaveLevel {
+    std::uint16_t left = 0xFFFF;
+    std::uint16_t right = 0xFFFF;
+};
+
+/// A media library: where graphs come from.
+class GraphSystem {
+public:
+    virtual ~GraphSystem() = default;
+
+    /// Begin and end of the library's use on this thread, around the life of each graph.
+    [[nodiscard]] virtual Status initialize() = 0;
+    virtual void uninitialize() = 0;
+
+    [[nodiscard]] virtual Queried<GraphBuilder> createGraphBuilder() = 0;
+
+    /// The level of the program's own sound, which outlives a session and can be changed from outside.
+    [[nodiscard]] virtual WaveLevel waveVolume() = 0;
+    virtual void setWaveVolume(WaveLevel level) = 0;
+};

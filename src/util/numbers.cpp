@@ -1,0 +1,99 @@
+#include "util/numbers.h"
+
+#include <QByteArray>
+#include <QLocale>
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+bool isDigit(QChar c)
+{
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
+
+bool isBlank(QChar c)
+{
+    return c == QLatin1Char(' ') || (c >= QLatin1Char('\t') && c <= QLatin1Char('\r'));
+}
+
+template <typename Integer>
+Integer truncatedTo(double value)
+{
+    // The bounds are powers of two and therefore exact as doubles; the upper one itself is out of range.
+    constexpr double limit = -static_cast<double>(std::numeric_limits<Integer>::min());
+    if (std::isnan(value))
+        return 0;
+    if (value >= limit)
+        return std::numeric_limits<Integer>::max();
+    if (value <= -limit)
+        return std::numeric_limits<Integer>::min();
+    return static_cast<Integer>(value);
+}
+
+} // namespace
+
+double leadingNumber(QStringView text)
+{
+    const qsizetype size = text.size();
+    qsizetype i = 0;
+    while (i < size && isBlank(text[i]))
+        ++i;
+    QByteArray number;
+    const bool negative = i < size && text[i] == QLatin1Char('-');
+    if (i < size && (negative || text[i] == QLatin1Char('+')))
+        ++i;
+    const auto takeDigits = [&] {
+        const qsizetype first = i;
+        for (; i < size && isDigit(text[i]); ++i)
+            number += text[i].toLatin1();
+        return i - first;
+    };
+    qsizetype digits = takeDigits();
+    if (i < size && text[i] == QLatin1Char('.')) {
+        number += '.';
+        ++i;
+        digits += takeDigits();
+    }
+    if (digits == 0)
+        return 0.0;
+
+    bool negativeExponent = false;
+    if (i < size && (text[i] == QLatin1Char('e') || text[i] == QLatin1Char('E'))) {
+        qsizetype exponent = i + 1;
+        negativeExponent = exponent < size && text[exponent] == QLatin1Char('-');
+        if (exponent < size && (negativeExponent || text[exponent] == QLatin1Char('+')))
+            ++exponent;
+        if (exponent < size && isDigit(text[exponent])) {
+            number += negativeExponent ? "e-" : "e";
+            i = exponent;
+            takeDigits();
+        }
+    }
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(number.constData(), number.constData() + number.size(), value);
+    // Out of range: a mantissa of zeros stays 0, else the exponent's sign tells the two directions apart.
+    if (error == std::errc::result_out_of_range)
+        value = negativeExponent ? 0.0 : std::numeric_limits<double>::infinity();
+    return negative ? -value : value;
+}
+
+std::int64_t truncatedToInt64(double value)
+{
+    return truncatedTo<std::int64_t>(value);
+}
+
+std::int32_t truncatedToInt32(double value)
+{
+    return truncatedTo<std::int32_t>(value);
+}
+
+QString generalFormat(double value)
+{
+    constexpr int significantDigits = 15;
+    QString text = QString::number(value, 'g', significantDigits);
+    const QString separator = QLocale::system().decimalPoint();
+    return text.replace(QLatin1Char('.'), separator);
+}
