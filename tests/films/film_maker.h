@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+/// A test film: pictures painted by paint_film, a tone of 440 Hz, encoded by the ffmpeg program.
+struct FilmSpec {
+    QString file;              ///< file name; the suffix chooses the container
+    QSize size{320, 180};      ///< of the picture as it is shown, in pixels
+    int frames = 420;          ///< numbered 0 .. frames - 1
+    QString rate = "25/1";     ///< frames per second, a fraction
+    QStringList video;         ///< ffmpeg's output arguments for the picture: codec, group, filters
+    QStringList audio;         ///< ffmpeg's output arguments for the tone; empty for a film without sound
+    QStringList container = {};  ///< further output arguments
+    int rotation = 0;          ///< 0 or 90: clockwise degrees by which the display matrix turns the coded picture
+    bool constantRate = true;  ///< false if the filters give the pictures their own times
+};
+
+/// The films that frame exactness is proved on: every container and codec that people bring, each with 420
+/// pictures. One table row a film; the file names are unique.
+[[nodiscard]] const std::vector<FilmSpec> &standardFilms();
+
+/// The spec of a standard film by its file name; it must be one of them.
+[[nodiscard]] const FilmSpec &standardFilm(const QString &file);
+
+/// The path of the film, which is made now unless the build's film folder already holds it, made by the same
+/// recipe. Tests that run at the same time share the folder safely. Throws std::runtime_error with ffmpeg's
+/// own words when it cannot be made.
+[[nodiscard]] QString makeFilm(const FilmSpec &spec);
+
+/// The presentation times of a film's pictures in seconds on the container's own clock, in the order of
+/// presentation, as ffprobe tells them. Throws std::runtime_error.
+[[nodiscard]] std::vector<double> presentationTimes(const QString &path);

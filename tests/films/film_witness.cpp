@@ -1,0 +1,85 @@
+#include "film_witness.h"
+
+#include "film_pattern.h"
+
+#include <QRect>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr int darkestLight = 48;  // what is brighter belongs to the picture, not to a black border
+constexpr int leastContrast = 90; // between the two fields of a cell, of some 219 in a clean picture
+
+// Half-open ranges.
+bool allBlack(const QImage &gray, int left, int top, int right, int bottom)
+{
+    for (int y = top; y < bottom; ++y) {
+        const uchar *row = gray.constScanLine(y);
+        for (int x = left; x < right; ++x) {
+            if (row[x] > darkestLight)
+                return false;
+        }
+    }
+    return true;
+}
+
+QRect withoutBlackBorders(const QImage &gray)
+{
+    int left = 0;
+    int top = 0;
+    int right = gray.width();
+    int bottom = gray.height();
+    while (top < bottom && allBlack(gray, left, top, right, top + 1))
+        ++top;
+    while (bottom > top && allBlack(gray, left, bottom - 1, right, bottom))
+        --bottom;
+    while (left < right && allBlack(gray, left, top, left + 1, bottom))
+        ++left;
+    while (right > left && allBlack(gray, right - 1, top, right, bottom))
+        --right;
+    return {left, top, right - left, bottom - top};
+}
+
+// The mean over the middle of a field, whose edges coding and scaling have blurred.
+int meanOf(const QImage &gray, double left, double top, double width, double height)
+{
+    const int x0 = static_cast<int>(left + width * 0.3);
+    const int x1 = std::max(static_cast<int>(left + width * 0.7), x0 + 1);
+    const int y0 = static_cast<int>(top + height * 0.3);
+    const int y1 = std::max(static_cast<int>(top + height * 0.7), y0 + 1);
+    int sum = 0;
+    for (int y = y0; y < y1; ++y) {
+        const uchar *row = gray.constScanLine(y);
+        for (int x = x0; x < x1; ++x)
+            sum += row[x];
+    }
+    return sum / ((x1 - x0) * (y1 - y0));
+}
+
+} // namespace
+
+std::optional<int> paintedFrameNumber(const QImage &picture)
+{
+    const QImage gray = picture.convertToFormat(QImage::Format_Grayscale8);
+    const QRect area = withoutBlackBorders(gray);
+    if (area.width() < film_pattern::cells * 3 || area.height() < 24)
+        return std::nullopt;
+
+    const double cellWidth = static_cast<double>(area.width()) / film_pattern::cells;
+    const double fieldHeight = area.height() * film_pattern::fieldHeightPermille / 1000.0;
+    unsigned bits = 0;
+    for (int cell = 0; cell < film_pattern::cells; ++cell) {
+        const double left = area.left() + cell * cellWidth;
+        const int upper = meanOf(gray, left, area.top(), cellWidth, fieldHeight);
+        const int lower = meanOf(gray, left, area.top() + fieldHeight, cellWidth, fieldHeight);
+        if (std::abs(upper - lower) < leastContrast)
+            return std::nullopt;
+        bits = bits << 1U | (upper > lower ? 1U : 0U);
+    }
+    const unsigned number = bits >> static_cast<unsigned>(film_pattern::checkCells);
+    if (film_pattern::bandOf(number) != bits)
+        return std::nullopt;
+    return static_cast<int>(number);
+}
