@@ -1,0 +1,34 @@
+#pragma once
+
+#include "player/graph.h"
+#include "player/mpv/mpv_session.h"
+#include "player/mpv/video_surface.h"
+
+#include <memory>
+
+class QWidget;
+
+/// Playback by libmpv. Pictures go to a surface inside one panel, which must outlive this; sound goes to the
+/// program's own stream in the sound server.
+class MpvGraphSystem final : public GraphSystem {
+public:
+    /// Draws into `surface`, or into the surface that suits this machine if that is null.
+    explicit MpvGraphSystem(QWidget *panel, std::unique_ptr<VideoSurface> surface = nullptr);
+    ~MpvGraphSystem() override;
+
+    [[nodiscard]] Status initialize() override;
+    void uninitialize() override {}
+    [[nodiscard]] Queried<GraphBuilder> createGraphBuilder() override;
+    [[nodiscard]] WaveLevel waveVolume() override;
+    void setWaveVolume(WaveLevel level) override;
+
+    /// The session of the graph that is alive, or null.
+    [[nodiscard]] MpvSession *session() const { return m_session.lock().get(); }
+    [[nodiscard]] VideoSurface &surface() const { return *m_surface; }
+
+private:
+    QWidget *m_panel;
+    std::unique_ptr<VideoSurface> m_surface;
+    std::weak_ptr<MpvSession> m_session;
+    WaveLevel m_level;
+};

@@ -1,0 +1,239 @@
+#include "fake_graph.h"
+
+#include "player/playback_engine.h"
+
+#include <QTest>
+#include <QWidget>
+
+namespace {
+
+/// Writes down what the engine shows.
+class RecordingDisplay final : public PlayerDisplay {
+public:
+    QWidget panel;
+    QStringList messages;
+    QString openedPath;
+    int speedBarResets = 0;
+    int fittings = 0;
+    int volumes = 0;
+    bool playing = false;
+
+    void showMessage(const QString &text) override { messages << text; }
+    QWidget *videoPanel() override { return &panel; }
+    void resetSpeedBar() override
+    {
+        ++speedBarResets;
+        // The bar's own handler asks for the rate of its middle.
+        speed = 1.0;
+        SetRate(1.0);
+    }
+    void showOpenedVideo(const QString &filePath) override { openedPath = filePath; }
+    void showPlaying(bool isPlaying) override { playing = isPlaying; }
+    void applyVolume() override { ++volumes; }
+    void restartFitting() override { ++fittings; }
+};
+
+} // namespace
+
+class PlaybackEngineTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void openStartsPlayingAtRateOne();
+    void eachFailingStepShowsItsTextAndHoldsNothing_data();
+    void eachFailingStepShowsItsTextAndHoldsNothing();
+    void remarksAreShownAndPlaybackStarts();
+    void aPictureThatCannotBePlacedLeavesNothingOpen();
+    void aGraphThatDoesNotRunStaysOpen();
+    void secondOpenTearsTheFirstDown();
+    void commandsWithoutAVideoReachNothing();
+    void playAndPauseChangeTheStateOnce();
+    void aRefusedRateGoesBackToOne();
+    void aVideoWithoutFramesHasAFiniteRate();
+
+private:
+    std::unique_ptr<FakeGraphSystem> m_system;
+    std::unique_ptr<RecordingDisplay> m_display;
+};
+
+void PlaybackEngineTest::init()
+{
+    m_system = std::make_unique<FakeGraphSystem>();
+    m_display = std::make_unique<RecordingDisplay>();
+    initializeEngine(*m_system, *m_display);
+}
+
+void PlaybackEngineTest::cleanup()
+{
+    releaseEngine();
+    QCOMPARE(m_system->graphsAlive, 0);
+    QCOMPARE(m_system->initialized, 0);
+}
+
+void PlaybackEngineTest::openStartsPlayingAtRateOne()
+{
+    speed = 3.0;
+    Open("/film.avi");
+    QVERIFY(OPENED);
+    QVERIFY(!PAUSED);
+    QCOMPARE(speed, 1.0);
+    QCOMPARE(fps, 25.0);
+    QCOMPARE(srcWidth, 1280);
+    QCOMPARE(srcHeight, 720);
+    QCOMPARE(Duration, MediaTime(905'000'000));
+    QCOMPARE(m_system->calls,
+             QStringList({"initialize", "create", "control", "event", "picture", "seeking", "file /film.avi", "render",
+                          "window", "owner", "style", "place", "rate", "run"}));
+    QCOMPARE(m_display->openedPath, QString("/film.avi"));
+    QVERIFY(m_display->playing);
+    QCOMPARE(m_display->volumes, 1);
+    QCOMPARE(m_display->fittings, 1);
+    QVERIFY(m_display->messages.isEmpty());
+}
+
+void PlaybackEngineTest::eachFailingStepShowsItsTextAndHoldsNothing_data()
+{
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<QStringList>("texts");
+    const auto row = [](const char *step, const QStringList &texts) { QTest::newRow(step) << QString(step) << texts; };
+    row("initialize", {"hdshow: CoInitialize() failure\n"});
+    row("create", {"hdshow: CoCreateInstance() failure\n"});
+    row("control", {"hdshow: unable to obtain IMediaControl interface\n"});
+    row("event", {"hdshow: unable to obtain IMediaEvent interface\n"});
+    row("picture", {"hdshow: unable to obtain IMediaEvent interface\n"});
+    row("seeking", {"Failed query interface"});
+    row("render", {"Failed open file"});
+    row("window", {"Failed query interface 2"});
+    row("owner", {"!=S_OK", "Failed pin owner"});
+    row("style", {"Failed WindowStyle"});
+}
+
+void PlaybackEngineTest::eachFailingStepShowsItsTextAndHoldsNothing()
+{
+    QFETCH(QString, step);
+    m_system->statuses[step] = statusFailure;
+    Open("/film.avi");
+    QTEST(m_display->messages, "texts");
+    QVERIFY(!OPENED);
+    QVERIFY(m_display->openedPath.isEmpty());
+    QCOMPARE(m_system->graphsAlive, 0);
+    QCOMPARE(m_system->initialized, 0);
+    QCOMPARE(m_system->calls.last(), step);
+}
+
+void PlaybackEngineTest::remarksAreShownAndPlaybackStarts()
+{
+    constexpr Status someDevicesMissing = 0x40242;
+    for (const char *step : {"render", "owner", "style", "place"})
+        m_system->statuses[step] = someDevicesMissing;
+    Open("/film.avi");
+    QVERIFY(OPENED);
+    QCOMPARE(m_display->messages, QStringList({"!=S_OK", "!=S_OK"}));
+}
+
+void PlaybackEngineTest::aPictureThatCannotBePlacedLeavesNothingOpen()
+{
+    m_system->statuses["place"] = statusFailure;
+    Open("/film.avi");
+    QCOMPARE(m_display->messages, QStringList({"!=S_OK", "hdshow: unable to render "}));
+    QVERIFY(!OPENED);
+    QVERIFY(!m_system->calls.contains("run"));
+    // The next open starts from nothing all the same.
+    m_system->statuses.clear();
+    Open("/film.avi");
+    QVERIFY(OPENED);
+    QCOMPARE(m_system->graphsAlive, 1);
+}
+
+void PlaybackEngineTest::aGraphThatDoesNotRunStaysOpen()
+{
+    m_system->statuses["run"] = statusFailure;
+    Open("/film.avi");
+    QCOMPARE(m_display->messages, QStringList({"hdshow: unable to run "}));
+    QVERIFY(OPENED);
+    QVERIFY(m_display->openedPath.isEmpty());
+}
+
+void PlaybackEngineTest::secondOpenTearsTheFirstDown()
+{
+    Open("/first.avi");
+    m_system->calls.clear();
+    Open("/second.avi");
+    QCOMPARE(m_system->calls.first(), QString("stop"));
+    QCOMPARE(m_system->graphsAlive, 1);
+    QCOMPARE(m_system->graphsBuilt, 2);
+    QCOMPARE(m_display->openedPath, QString("/second.avi"));
+
+    m_system->statuses["render"] = statusFailure;
+    Open("/third.avi");
+    QVERIFY(!OPENED);
+    QCOMPARE(m_system->graphsAlive, 0);
+}
+
+void PlaybackEngineTest::commandsWithoutAVideoReachNothing()
+{
+    Play();
+    Pause();
+    Teardown();
+    SetPosition(5);
+    SetRate(2.0);
+    SetVideoRect(10, 10);
+    QCOMPARE(GetPosition(), MediaTime(0));
+    QVERIFY(m_system->calls.isEmpty());
+}
+
+void PlaybackEngineTest::playAndPauseChangeTheStateOnce()
+{
+    Open("/film.avi");
+    m_system->calls.clear();
+    Play();
+    QVERIFY(m_system->calls.isEmpty());
+    Pause();
+    Pause();
+    QVERIFY(PAUSED);
+    QVERIFY(!m_display->playing);
+    Play();
+    Play();
+    QVERIFY(!PAUSED);
+    QVERIFY(m_display->playing);
+    QCOMPARE(m_system->calls, QStringList({"pause", "run"}));
+    QCOMPARE(m_display->fittings, 2);
+}
+
+void PlaybackEngineTest::aRefusedRateGoesBackToOne()
+{
+    Open("/film.avi");
+    m_system->calls.clear();
+    SetRate(2.0);
+    QCOMPARE(m_system->calls, QStringList({"pause", "rate", "run"}));
+    QCOMPARE(GetRate(), 2.0);
+
+    m_system->refusedRate = 3.0;
+    m_display->speedBarResets = 0;
+    SetRate(3.0);
+    QCOMPARE(m_display->messages, QStringList({"Error set rate"}));
+    QCOMPARE(m_display->speedBarResets, 1);
+    QCOMPARE(GetRate(), 1.0);
+    QVERIFY(m_system->running);
+
+    // A paused session takes what it is asked without a word.
+    Pause();
+    m_display->messages.clear();
+    SetRate(3.0);
+    QVERIFY(m_display->messages.isEmpty());
+    QVERIFY(!m_system->running);
+}
+
+void PlaybackEngineTest::aVideoWithoutFramesHasAFiniteRate()
+{
+    m_system->frameSeconds = 0.0;
+    m_system->width = m_system->height = 0;
+    Open("/sound.mp3");
+    QVERIFY(OPENED);
+    QCOMPARE(fps, 25.0);
+}
+
+QTEST_MAIN(PlaybackEngineTest)
+#include "playback_engine_test.moc"
