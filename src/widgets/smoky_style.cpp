@@ -427,8 +427,9 @@ void drawMenuItem(const QStyleOptionMenuItem *item, QPainter *painter, const QSt
     }
 
     const QRect text = rect.adjusted(iconColumn, 0, -14, 0);
-    const int flags = Qt::AlignVCenter | Qt::TextSingleLine
-        | (style->styleHint(QStyle::SH_UnderlineShortcut, item, widget) ? Qt::TextShowMnemonic : Qt::TextHideMnemonic);
+    const bool underline = style->styleHint(QStyle::SH_UnderlineShortcut, item, widget) != 0;
+    const int flags =
+        Qt::AlignVCenter | Qt::TextSingleLine | (underline ? Qt::TextShowMnemonic : Qt::TextHideMnemonic);
     const qsizetype tab = item->text.indexOf(QLatin1Char('\t'));
     painter->setFont(item->font);
     painter->setPen(color);
@@ -559,10 +560,11 @@ void SmokyStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
     case PE_PanelLineEdit: {
         const auto *frame = qstyleoption_cast<const QStyleOptionFrame *>(option);
         const PainterState state(painter);
+        const QBrush fill = element == PE_PanelLineEdit ? option->palette.brush(QPalette::Base) : Qt::NoBrush;
         if (frame && frame->lineWidth <= 0)
-            painter->fillRect(option->rect, option->palette.brush(QPalette::Base));
+            painter->fillRect(option->rect, fill);
         else
-            drawField(option, painter, element == PE_PanelLineEdit ? option->palette.brush(QPalette::Base) : Qt::NoBrush);
+            drawField(option, painter, fill);
         return;
     }
     case PE_Frame:
