@@ -1,0 +1,173 @@
+#include "platform/whole_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+std::error_code systemError(int number)
+{
+    // The user's own share of the disk has no portable name.
+    return {number == EDQUOT ? ENOSPC : number, std::generic_category()};
+}
+
+std::error_code lastError()
+{
+    return systemError(errno);
+}
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int number) : descriptor(number) {}
+    ~FileDescriptor() { (void)close(); }
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+
+    [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
+    [[nodiscard]] int number() const { return descriptor; }
+
+    /// Some file systems report a failed write only here.
+    [[nodiscard]] int close() { return isOpen() ? ::close(std::exchange(descriptor, -1)) : 0; }
+
+private:
+    int descriptor;
+};
+
+/// Removes the file it names unless it has been told to keep it.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(std::filesystem::path path) : file(std::move(path)) {}
+    ~UnfinishedFile()
+    {
+        if (!kept)
+            ::unlink(file.c_str());
+    }
+    UnfinishedFile(const UnfinishedFile &) = delete;
+    UnfinishedFile &operator=(const UnfinishedFile &) = delete;
+
+    [[nodiscard]] const std::filesystem::path &path() const { return file; }
+    void keep() { kept = true; }
+
+private:
+    std::filesystem::path file;
+    bool kept = false;
+};
+
+std::error_code refusalOf(const struct stat &status)
+{
+    if (S_ISREG(status.st_mode))
+        return {};
+    return systemError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+}
+
+std::error_code writeAndFlush(FileDescriptor &file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file.number(), bytes.data(), bytes.size());
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return lastError();
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    // Some file systems cannot flush; what they cannot do is no reason to keep the user's work from them.
+    if (::fsync(file.number()) != 0 && errno != EINVAL && errno != ENOTSUP)
+        return lastError();
+    return file.close() != 0 ? lastError() : std::error_code();
+}
+
+/// Flushes the new name itself; the content is safe already, so a failure changes nothing.
+void flushFolder(const std::filesystem::path &folder)
+{
+    const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor.isOpen())
+        (void)::fsync(descriptor.number());
+}
+
+} // namespace
+
+std::error_code readWholeFile(const std::filesystem::path &file, std::string &bytes)
+{
+    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0)
+        return lastError();
+    if (const std::error_code refusal = refusalOf(status))
+        return refusal;
+
+    // One byte more than the file's size sees its end in the same read; a file that grows meanwhile is read on.
+    std::size_t filled = 0;
+    bytes.resize(static_cast<std::size_t>(status.st_size) + 1);
+    for (;;) {
+        const ssize_t count = ::read(descriptor.number(), bytes.data() + filled, bytes.size() - filled);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return lastError();
+        filled += static_cast<std::size_t>(count);
+        if (count == 0)
+            break;
+        if (filled == bytes.size())
+            bytes.resize(2 * filled);
+    }
+    bytes.resize(filled);
+    return {};
+}
+
+std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes)
+{
+    std::error_code unresolved;
+    std::filesystem::path target = std::filesystem::canonical(file, unresolved);
+    if (unresolved)
+        target = file;
+    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
+
+    struct stat old = {};
+    const bool exists = ::stat(target.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT)
+        return lastError();
+    if (exists) {
+        if (const std::error_code refusal = refusalOf(old))
+            return refusal;
+        if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
+            return lastError();
+    }
+
+    // The name beside the file is short, since the file's own may already be as long as names can be. Until the
+    // new file has the old one's permissions nobody else may look into it.
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+    constexpr mode_t newFile = ownerOnly | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+    constexpr int nameAttempts = 1000;
+    int number = -1;
+    std::filesystem::path name;
+    for (int attempt = 0; number < 0 && attempt < nameAttempts; ++attempt) {
+        name = folder / (".tavrin-" + std::to_string(::getpid()) + '-' + std::to_string(attempt));
+        number = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? ownerOnly : newFile);
+        if (number < 0 && errno != EEXIST)
+            return lastError();
+    }
+    if (number < 0)
+        return lastError();
+    FileDescriptor descriptor(number);
+    UnfinishedFile unfinished(name);
+
+    if (exists) {
+        // Only the owner that the system lets us give; file systems without permissions refuse both.
+        if (::fchown(number, old.st_uid, old.st_gid) != 0)
+            (void)!::fchown(number, static_cast<uid_t>(-1), old.st_gid);
+        (void)::fchmod(number, old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
+    }
+    if (const std::error_code error = writeAndFlush(descriptor, bytes))
+        return error;
+    if (std::rename(unfinished.path().c_str(), target.c_str()) != 0)
+        return lastError();
+    unfinished.keep();
+    flushFolder(folder);
+    return {};
+}

@@ -1,0 +1,86 @@
+#include "scenes/list_box.h"
+
+#include <QCollator>
+#include <QKeyEvent>
+#include <QScopedValueRollback>
+
+#include <algorithm>
+
+TListBox::TListBox(QWidget *parent) : QListWidget(parent)
+{
+    setUniformItemSizes(true);
+    setTextElideMode(Qt::ElideRight);
+    connect(this, &QListWidget::itemClicked, this, [this] {
+        if (!changedSincePress)
+            Q_EMIT Click();
+    });
+}
+
+void TListBox::setItems(const QStringList &items)
+{
+    static const QCollator collator = [] {
+        QCollator russian{QLocale(QLocale::Russian)};
+        russian.setCaseSensitivity(Qt::CaseInsensitive);
+        return russian;
+    }();
+    const QScopedValueRollback<bool> program(byProgram, true);
+    QStringList sorted = items;
+    std::stable_sort(sorted.begin(), sorted.end(), collator);
+    clear();
+    addItems(sorted);
+}
+
+int TListBox::ItemIndex() const
+{
+    const QModelIndexList chosen = selectedIndexes();
+    return chosen.isEmpty() ? -1 : chosen.constFirst().row();
+}
+
+void TListBox::setItemIndex(int index)
+{
+    const QScopedValueRollback<bool> program(byProgram, true);
+    clearSelection();
+    setCurrentRow(index);
+}
+
+QString TListBox::chosenText() const
+{
+    const int index = ItemIndex();
+    return index < 0 ? QString() : item(index)->text();
+}
+
+bool TListBox::choose(const QString &text)
+{
+    int found = -1;
+    for (int i = 0; i < count() && found < 0; ++i) {
+        if (item(i)->text() == text)
+            found = i;
+    }
+    setItemIndex(found);
+    return found >= 0;
+}
+
+void TListBox::mousePressEvent(QMouseEvent *event)
+{
+    changedSincePress = false;
+    QListWidget::mousePressEvent(event);
+}
+
+void TListBox::keyPressEvent(QKeyEvent *event)
+{
+    // With the keyboard's focus comes a current item that is not chosen; the first arrow key chooses it.
+    const bool arrow = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
+    if (arrow && ItemIndex() < 0 && count() > 0) {
+        setCurrentRow(0, QItemSelectionModel::ClearAndSelect);
+        return;
+    }
+    QListWidget::keyPressEvent(event);
+}
+
+void TListBox::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QListWidget::selectionChanged(selected, deselected);
+    changedSincePress = true;
+    if (!byProgram)
+        Q_EMIT Click();
+}

@@ -1,0 +1,18 @@
+#include "scenes/memo.h"
+
+#include "scenes/type_list.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+void TMemo::setText(const QString &text)
+{
+    lines = linesOf(text);
+}
+
+void TMemo::pasteOverAll()
+{
+    const QString text = QGuiApplication::clipboard()->text();
+    if (!text.isEmpty())
+        setText(text);
+}

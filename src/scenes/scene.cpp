@@ -1,0 +1,76 @@
+#include "scenes/scene.h"
+
+#include "util/numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/// The scene's fields in the order of their columns, from `PositionColumn`.
+constexpr std::array<QString Scene::*, sceneColumnCount - PositionColumn> fields{
+    &Scene::position, &Scene::length, &Scene::type,  &Scene::subtype, &Scene::lasttype, &Scene::title,
+    &Scene::persons,  &Scene::place,  &Scene::time,  &Scene::comment, &Scene::latitude, &Scene::longitude,
+};
+
+} // namespace
+
+bool listIsEmpty(const GridCells &list)
+{
+    return list.RowCount() == GridCells::fewestRows && list.cell(NumberColumn, 1).isEmpty();
+}
+
+int rowForNewScene(GridCells &list)
+{
+    if (listIsEmpty(list))
+        return 1;
+    const int row = list.RowCount();
+    list.setRowCount(row + 1);
+    return row;
+}
+
+void setScene(GridCells &list, int row, const Scene &scene)
+{
+    list.setCell(NumberColumn, row, QString::number(row));
+    int column = PositionColumn;
+    for (const auto field : fields)
+        list.setCell(column++, row, scene.*field);
+}
+
+Scene sceneAt(const GridCells &list, int row)
+{
+    Scene scene;
+    int column = PositionColumn;
+    for (const auto field : fields)
+        scene.*field = list.cell(column++, row);
+    return scene;
+}
+
+void clearList(GridCells &list)
+{
+    list.setRowCount(GridCells::fewestRows);
+    list.deleteRow(1);
+}
+
+void sortByPosition(GridCells &list)
+{
+    std::vector<std::pair<double, int>> positions;
+    positions.reserve(static_cast<std::size_t>(list.RowCount()));
+    for (int row = 1; row < list.RowCount(); ++row)
+        positions.emplace_back(leadingNumber(list.cell(PositionColumn, row)), row);
+    std::stable_sort(positions.begin(), positions.end(),
+                     [](const auto &a, const auto &b) { return a.first < b.first; });
+
+    std::vector<int> order;
+    order.reserve(positions.size());
+    for (const auto &[position, row] : positions)
+        order.push_back(row);
+    list.arrangeRows(order);
+}
+
+MediaTime mediaTimeOf(const QString &position)
+{
+    return truncatedToInt64(leadingNumber(position) * static_cast<double>(unitsPerSecond));
+}

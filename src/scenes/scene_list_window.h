@@ -1,0 +1,70 @@
+#pragma once
+
+#include "scenes/scenes_binding.h"
+#include "scenes/string_grid.h"
+
+#include <QWidget>
+
+class QAction;
+class QMenu;
+class QStatusBar;
+
+/// The scene list: its grid is the only store of scenes, from the program's start to its end. Nothing tracks unsaved
+/// changes, and no command here asks before it acts. A window that stays above the main window.
+class TForm3 : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Builds the hidden window with the empty list; sets `Form3`. `owner` is the main window. `Form2` must exist.
+    explicit TForm3(QWidget *owner);
+    ~TForm3() override;
+
+    // Handlers, named after control and event.
+
+    /// Writes the list to the scenes file of the current video; nothing while no video is open. Throws UserError if
+    /// that fails; file and list are what they were then.
+    void Save1Click();
+
+    /// Reads the list from the scenes file of the current video; a missing file leaves the list as it is. Throws
+    /// UserError if the file cannot be read; the list is what it was then, but for a file with elements inside a
+    /// field: its scenes before that one are in the list.
+    void Open1Click();
+
+    /// Deletes the current row.
+    void N10Click();
+    /// Clears the table.
+    void N12Click();
+    /// Sorts the rows by start.
+    void N13Click();
+
+    /// Opens the current row in the scene dialog, for editing.
+    void StringGrid1Click();
+    /// Seeks the video to the start of the current row's scene; nothing while no video is open.
+    void StringGrid1DblClick();
+
+    /// Shows the window in front of the others and leaves the keyboard's focus where it is.
+    void bringToFront();
+
+    TStringGrid *StringGrid1;
+    QStatusBar *StatusBar1;
+
+    /// The commands on the whole list, and those that take scenes out of it. A data row's context menu has both, the
+    /// rest of the window only the first.
+    QMenu *PopupMenu1;
+    QAction *Save1, *Open1, *N13;
+    QMenu *PopupMenu2;
+    QAction *N10, *N11, *N12;
+
+    /// The document read last.
+    TXMLDocument XMLDocument1;
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void buildMenus();
+
+    QMenu *rowMenu;
+};
+
+extern TForm3 *Form3;

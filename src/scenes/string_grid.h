@@ -1,0 +1,90 @@
+#pragma once
+
+#include "scenes/grid_cells.h"
+
+#include <QTableView>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class StringGridModel;
+
+/// A grid of texts with a fixed header row (row 0) and a fixed column (column 0), neither of which scrolls away.
+/// Cells are not edited in place. Columns can be resized with the mouse and ranges of cells selected. One data row is
+/// always the current one; it is marked over its whole width, also while the window is not active.
+///
+/// The arrow keys move the current row. A click on a data row, its number included, or the Enter key emits `Click`;
+/// the second click of a double click emits `DblClick`.
+class TStringGrid : public QTableView {
+    Q_OBJECT
+
+public:
+    TStringGrid(int columnCount, QWidget *parent);
+    ~TStringGrid() override;
+
+    [[nodiscard]] int RowCount() const { return cells().RowCount(); }
+    void setRowCount(int count);
+
+    /// The current data row, 1 .. RowCount-1.
+    [[nodiscard]] int Row() const;
+
+    /// Makes `row` current, or the nearest data row, and scrolls to it.
+    void setRow(int row);
+
+    [[nodiscard]] const QString &cell(int column, int row) const { return cells().cell(column, row); }
+    void setCell(int column, int row, const QString &text);
+
+    /// In logical pixels.
+    void setColWidth(int column, int width);
+
+    [[nodiscard]] const GridCells &cells() const { return texts; }
+
+    /// Runs `operation` on the cells and shows what has become of them as one change, however many cells that touches.
+    /// If it throws, what it had changed until then is shown and the exception goes on.
+    void change(const std::function<void(GridCells &cells)> &operation);
+
+    /// Scrolls to `row`, which does not become the current one.
+    void showRow(int row);
+
+    /// While `Click` is emitted for the mouse: where on the screen it clicked. None for the Enter key.
+    [[nodiscard]] std::optional<QPoint> clickPosition() const { return clickedAt; }
+
+    void keyboardSearch(const QString &search) override;
+
+Q_SIGNALS:
+    void Click();
+    void DblClick();
+
+    /// The context menu is asked for, at this point of the screen; `onRow` tells whether on a data row, which is the
+    /// current one then.
+    void ContextPopup(const QPoint &position, bool onRow);
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+    void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void takePress(int row, const QMouseEvent &event);
+    void takeRelease(int row, const QMouseEvent &event);
+    void takeDoubleClick(int row, const QMouseEvent &event);
+    bool filterNumbers(QEvent *event);
+    void paintCorner(QWidget *corner);
+    void fitHeaders();
+
+    GridCells texts;
+    StringGridModel *gridModel;
+    QWidget *corner;
+    int numberWidth;
+
+    /// The row and the place of a press that may become a click.
+    std::optional<int> pressedRow;
+    QPoint pressedAt;
+    std::optional<QPoint> clickedAt;
+};

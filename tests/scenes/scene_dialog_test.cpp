@@ -1,0 +1,389 @@
+#include "scene_windows.h"
+
+#include "util/application_folder.h"
+#include "util/user_error.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTest>
+
+namespace {
+
+const QByteArray typeList = "Погоня\n\tПешая\n\tНа машинах\n\t\tНочью\n\t\tДнём\nЁлка \n\tx\nжурнал\nДиалог\r\n"
+                            "\tСпор\r\n\t\tШуточный\r\n\tПризнание\r\nЕда\n\tПешая\n";
+
+QStringList items(const TListBox *list)
+{
+    QStringList texts;
+    for (int i = 0; i < list->count(); ++i)
+        texts += list->item(i)->text();
+    return texts;
+}
+
+void clickItem(TListBox *list, const QString &text)
+{
+    const auto found = list->findItems(text, Qt::MatchExactly);
+    QCOMPARE(found.size(), 1);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(found.constFirst()).center());
+}
+
+void press(QPushButton *button)
+{
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+} // namespace
+
+class SceneDialogTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { m_windows.reset(); }
+    void withoutATypeListThereIsNoDialog();
+    void everyCaptionIsWholeInTheFixedWindow();
+    void typesAreSortedForAReader();
+    void choosingFillsTheListsBelow();
+    void aPressAddsARow();
+    void withoutAVideoNothingIsAdded();
+    void savingOverwritesTheCurrentRow();
+    void enterConfirmsAndEscapeCloses();
+    void clearingKeepsTheTimes();
+    void aNewSceneStartsEmpty();
+    void aLengthChangesNothingElse();
+    void pastingFillsTheCoordinates();
+    void pastingLosesTheTypeList();
+    void aClipboardWithoutTextLeavesTheBuffer();
+    void aMegabyteInTheClipboardIsNoBurden();
+    void theChosenMapOpens();
+    void textsAreKeptExactly();
+
+private:
+    std::unique_ptr<SceneWindows> m_windows;
+    TForm2 *m_dialog = nullptr;
+};
+
+void SceneDialogTest::init()
+{
+    m_windows = std::make_unique<SceneWindows>(typeList);
+    m_dialog = m_windows->dialog.get();
+}
+
+void SceneDialogTest::withoutATypeListThereIsNoDialog()
+{
+    m_windows.reset();
+    QVERIFY(!Form2);
+    const QTemporaryDir folder;
+    CurPath = folder.path();
+    QWidget owner;
+    for (const char *reason : {"нет такого файла", "под этим именем есть папка"}) {
+        QString refusal;
+        try {
+            const TForm2 dialog(&owner);
+        } catch (const UserError &error) {
+            refusal = error.text();
+        }
+        QVERIFY2(refusal.contains(folder.filePath("Tavrin.txt")) && refusal.contains(reason), qPrintable(refusal));
+        QVERIFY(!Form2);
+        QVERIFY(QDir(folder.path()).mkpath("Tavrin.txt"));
+    }
+    for (const char *empty : {"", "\xEF\xBB\xBF", "\r\r\r"})
+        QCOMPARE(SceneWindows(empty).dialog->ListBox1->count(), 0);
+}
+
+void SceneDialogTest::everyCaptionIsWholeInTheFixedWindow()
+{
+    m_dialog->bringUp();
+    QCOMPARE(m_dialog->windowTitle(), QString("Параметры сцены"));
+    QCOMPARE(m_dialog->minimumSize(), QSize(590, 564));
+    QCOMPARE(m_dialog->maximumSize(), QSize(590, 564));
+    m_dialog->BitBtn1->setText("Сохранить изменения");
+    QCoreApplication::sendPostedEvents();
+    for (const auto *widget : m_dialog->findChildren<QWidget *>()) {
+        if (qobject_cast<const QPushButton *>(widget) || qobject_cast<const QLabel *>(widget)
+            || qobject_cast<const QLineEdit *>(widget) || qobject_cast<const QComboBox *>(widget))
+            QVERIFY2(widget->height() >= widget->minimumSizeHint().height()
+                         && widget->width() >= widget->minimumSizeHint().width(),
+                     qPrintable(widget->objectName()));
+        if (const auto *edit = qobject_cast<const QLineEdit *>(widget))
+            QVERIFY2(edit->width() > edit->fontMetrics().horizontalAdvance(edit->placeholderText()),
+                     qPrintable(edit->placeholderText()));
+    }
+    QVERIFY(m_dialog->layout()->minimumSize().height() <= 564);
+    QVERIFY(m_dialog->layout()->minimumSize().width() <= 590);
+    QCOMPARE(m_dialog->ListBox2->width(), 180);
+}
+
+void SceneDialogTest::typesAreSortedForAReader()
+{
+    QCOMPARE(items(m_dialog->ListBox1), QStringList({"Диалог", "Еда", "Ёлка ", "журнал", "Погоня"}));
+    QCOMPARE(m_dialog->ListBox1->ItemIndex(), -1);
+}
+
+void SceneDialogTest::choosingFillsTheListsBelow()
+{
+    m_dialog->bringUp();
+    clickItem(m_dialog->ListBox1, "Погоня");
+    QCOMPARE(items(m_dialog->ListBox2), QStringList({"На машинах", "Пешая"}));
+    clickItem(m_dialog->ListBox2, "На машинах");
+    QCOMPARE(items(m_dialog->ListBox3), QStringList({"Днём", "Ночью"}));
+    // The chosen one again starts over.
+    clickItem(m_dialog->ListBox1, "Погоня");
+    QCOMPARE(m_dialog->ListBox2->ItemIndex(), -1);
+    QCOMPARE(m_dialog->ListBox3->count(), 0);
+
+    // The keys choose as the mouse does, from the first item on.
+    m_dialog->ListBox1->setItemIndex(-1);
+    m_dialog->ListBox1->setFocus();
+    QTest::keyClick(m_dialog->ListBox1, Qt::Key_Down);
+    QCOMPARE(m_dialog->ListBox1->chosenText(), QString("Диалог"));
+    QCOMPARE(items(m_dialog->ListBox2), QStringList({"Признание", "Спор"}));
+    QTest::keyClick(m_dialog->ListBox1, Qt::Key_Down);
+    QCOMPARE(items(m_dialog->ListBox2), QStringList({"Пешая"}));
+}
+
+void SceneDialogTest::aPressAddsARow()
+{
+    m_windows->openVideo();
+    m_dialog->describeNewScene("12.34");
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->messages, QStringList{"Выберите тип сцены!"});
+    QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
+
+    m_dialog->Edit2->setText("3.33");
+    clickItem(m_dialog->ListBox1, "Диалог");
+    const QList<std::pair<QLineEdit *, QString>> texts{
+        {m_dialog->Edit3, "название"}, {m_dialog->Edit4, "герои"}, {m_dialog->Edit5, "место"}, {m_dialog->Edit6, "лето"},
+        {m_dialog->Edit7, "к"},        {m_dialog->Edit8, "56,1"},  {m_dialog->Edit9, "47.2"}};
+    for (const auto &[edit, text] : texts)
+        edit->setText(text);
+    const QString fields = "12.34|3.33|Диалог|||название|герои|место|лето|к|56,1|47.2";
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->rows(), QStringList{"1|" + fields});
+    QVERIFY(m_windows->list->isVisible() && m_dialog->isVisible());
+
+    clickItem(m_dialog->ListBox2, "Спор");
+    clickItem(m_dialog->ListBox3, "Шуточный");
+    press(m_dialog->BitBtn1);
+    press(m_dialog->BitBtn1);
+    const QString more = QString(fields).replace("Диалог||", "Диалог|Спор|Шуточный");
+    QCOMPARE(m_windows->rows(), QStringList({"1|" + fields, "2|" + more, "3|" + more}));
+    QCOMPARE(m_windows->grid->Row(), 1);
+}
+
+void SceneDialogTest::withoutAVideoNothingIsAdded()
+{
+    m_dialog->describeNewScene("1");
+    press(m_dialog->BitBtn1);
+    m_dialog->ListBox1->choose("Диалог");
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->messages, QStringList());
+    QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
+    QVERIFY(!m_windows->list->isVisible());
+}
+
+void SceneDialogTest::savingOverwritesTheCurrentRow()
+{
+    m_windows->openVideo();
+    m_windows->addRow({"1", "2", "Погоня", "На машинах", "Днём", "a", "b", "c", "d", "e", "f", "g"});
+    m_windows->addRow({"3", "4", "погоня", "На машинах", "", "h", "", "", "", "", "", ""});
+    m_windows->addRow({"5", "6", "Еда", "Спор", "Шуточный", "i", "", "", "", "", "", ""});
+    m_windows->grid->setCell(NumberColumn, 3, "17");
+    m_windows->list->show();
+
+    m_windows->clickRow(1);
+    QCOMPARE(m_dialog->BitBtn1->text(), QString("Сохранить изменения"));
+    QCOMPARE(m_dialog->Edit9->text(), QString("g"));
+    QCOMPARE(m_dialog->ListBox3->chosenText(), QString("Днём"));
+    m_dialog->Edit3->setText("новое");
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->rows().value(0), QString("1|1|2|Погоня|На машинах|Днём|новое|b|c|d|e|f|g"));
+
+    // A type that is in the list only in other letters is no choice.
+    m_windows->grid->setRow(2);
+    m_windows->list->StringGrid1Click();
+    QCOMPARE(m_dialog->ListBox1->ItemIndex(), -1);
+    QCOMPARE(m_dialog->ListBox2->count() + m_dialog->ListBox3->count(), 0);
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->messages, QStringList{"Выберите тип сцены!"});
+
+    // A subtype that the type does not have is lost with what is below it; the number becomes the row's.
+    m_windows->grid->setRow(3);
+    m_windows->list->StringGrid1Click();
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->rows().value(2), QString("3|5|6|Еда|||i||||||"));
+
+    // What is overwritten is the row that is current at the press.
+    m_windows->grid->setRow(2);
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->rows().value(1), QString("2|5|6|Еда|||i||||||"));
+}
+
+void SceneDialogTest::enterConfirmsAndEscapeCloses()
+{
+    m_windows->openVideo();
+    m_dialog->describeNewScene("1");
+    QCOMPARE(m_dialog->focusWidget(), m_dialog->ListBox1);
+    QTest::keyClick(m_dialog->ListBox1, Qt::Key_Down);
+    for (QWidget *widget : std::initializer_list<QWidget *>{m_dialog->ListBox1, m_dialog->Edit3, m_dialog->ComboBox1}) {
+        const int before = m_windows->grid->RowCount();
+        const bool wasEmpty = listIsEmpty(m_windows->grid->cells());
+        widget->setFocus();
+        QTest::keyClick(widget, Qt::Key_Return);
+        QCOMPARE(m_windows->grid->RowCount(), wasEmpty ? before : before + 1);
+        QVERIFY(!listIsEmpty(m_windows->grid->cells()));
+    }
+    QVERIFY(m_dialog->isVisible());
+    QTest::keyClick(m_dialog->Edit3, Qt::Key_Escape);
+    QVERIFY(!m_dialog->isVisible());
+    QCOMPARE(m_dialog->Edit1->text(), QString("1"));
+    m_dialog->bringUp();
+    press(m_dialog->BitBtn4);
+    QVERIFY(!m_dialog->isVisible());
+}
+
+void SceneDialogTest::clearingKeepsTheTimes()
+{
+    m_dialog->fillForEditing({"1", "2", "Погоня", "На машинах", "Днём", "a", "b", "c", "d", "e", "f", "g"});
+    m_dialog->bringUp();
+    press(m_dialog->BitBtn3);
+    for (const QLineEdit *edit : {m_dialog->Edit3, m_dialog->Edit4, m_dialog->Edit5, m_dialog->Edit6, m_dialog->Edit7,
+                                  m_dialog->Edit8, m_dialog->Edit9})
+        QCOMPARE(edit->text(), QString());
+    QCOMPARE(m_dialog->Edit1->text(), QString("1"));
+    QCOMPARE(m_dialog->Edit2->text(), QString("2"));
+    QCOMPARE(m_dialog->ListBox1->ItemIndex(), -1);
+    QCOMPARE(m_dialog->ListBox1->count(), 5);
+    QCOMPARE(m_dialog->ListBox2->count() + m_dialog->ListBox3->count(), 0);
+    QCOMPARE(m_dialog->BitBtn1->text(), QString("Сохранить изменения"));
+}
+
+void SceneDialogTest::aNewSceneStartsEmpty()
+{
+    m_dialog->fillForEditing({"1", "2", "Погоня", "На машинах", "Днём", "a", "b", "c", "d", "e", "f", "g"});
+    m_dialog->describeNewScene("60");
+    QVERIFY(m_dialog->isVisible());
+    QCOMPARE(m_dialog->Edit1->text(), QString("60"));
+    for (const QLineEdit *edit : {m_dialog->Edit2, m_dialog->Edit3, m_dialog->Edit4, m_dialog->Edit5, m_dialog->Edit6,
+                                  m_dialog->Edit7, m_dialog->Edit8, m_dialog->Edit9})
+        QCOMPARE(edit->text(), QString());
+    QCOMPARE(m_dialog->ListBox1->ItemIndex(), -1);
+    QCOMPARE(m_dialog->ListBox2->count(), 0);
+    QCOMPARE(m_dialog->BitBtn1->text(), QString("Добавить сцену"));
+    QCOMPARE(m_dialog->focusWidget(), m_dialog->ListBox1);
+}
+
+void SceneDialogTest::aLengthChangesNothingElse()
+{
+    m_dialog->fillForEditing({"1", "2", "Погоня", "На машинах", "Днём", "a", "b", "c", "d", "e", "f", "g"});
+    m_dialog->showLength("3.5");
+    QVERIFY(m_dialog->isVisible());
+    QCOMPARE(m_dialog->Edit1->text(), QString("1"));
+    QCOMPARE(m_dialog->Edit2->text(), QString("3.5"));
+    QCOMPARE(m_dialog->ListBox3->chosenText(), QString("Днём"));
+    QCOMPARE(m_dialog->BitBtn1->text(), QString("Сохранить изменения"));
+    QCOMPARE(m_dialog->focusWidget(), m_dialog->Edit3);
+}
+
+void SceneDialogTest::pastingFillsTheCoordinates()
+{
+    m_dialog->bringUp();
+    QGuiApplication::clipboard()->setText("https://yandex.ru/maps/?ll=47.2036%2C56.1489&z=12\r\nhttps://google.com/@1,2");
+    press(m_dialog->BitBtn5);
+    QCOMPARE(m_dialog->Edit8->text(), QString("56.1489"));
+    QCOMPARE(m_dialog->Edit9->text(), QString("47.2036"));
+    QCOMPARE(m_windows->beeps, 0);
+
+    QGuiApplication::clipboard()->setText("\nhttps://google.com/@1,2");
+    press(m_dialog->BitBtn5);
+    QCOMPARE(m_windows->beeps, 1);
+    QCOMPARE(m_dialog->Edit8->text(), QString("56.1489"));
+
+    QGuiApplication::clipboard()->setText("https://google.com/maps");
+    press(m_dialog->BitBtn5);
+    QCOMPARE(m_windows->beeps, 1);
+    QCOMPARE(m_dialog->Edit8->text() + m_dialog->Edit9->text(), QString());
+}
+
+void SceneDialogTest::pastingLosesTheTypeList()
+{
+    m_dialog->bringUp();
+    QGuiApplication::clipboard()->setText("Погоня\n\tиз буфера");
+    press(m_dialog->BitBtn5);
+    QCOMPARE(m_windows->beeps, 1);
+    QCOMPARE(m_dialog->ListBox1->count(), 5);
+    clickItem(m_dialog->ListBox1, "Диалог");
+    QCOMPARE(m_dialog->ListBox2->count(), 0);
+    // The buffer is one: what was pasted is searched as the type list was.
+    clickItem(m_dialog->ListBox1, "Погоня");
+    QCOMPARE(items(m_dialog->ListBox2), QStringList{"из буфера"});
+}
+
+void SceneDialogTest::aClipboardWithoutTextLeavesTheBuffer()
+{
+    m_dialog->bringUp();
+    auto *picture = new QMimeData;
+    picture->setData("image/x-nothing", "x");
+    QGuiApplication::clipboard()->setMimeData(picture);
+    press(m_dialog->BitBtn5);
+    QCOMPARE(m_windows->beeps, 1);
+    clickItem(m_dialog->ListBox1, "Диалог");
+    QCOMPARE(m_dialog->ListBox2->count(), 2);
+}
+
+void SceneDialogTest::aMegabyteInTheClipboardIsNoBurden()
+{
+    m_dialog->bringUp();
+    constexpr int megabyte = 1 << 20;
+    for (const QString &text : {QString(megabyte, 'x'), QString("a\n").repeated(megabyte / 2),
+                                "https://google.com/@1,2," + QString(megabyte, ',')}) {
+        QGuiApplication::clipboard()->setText(text);
+        QElapsedTimer timer;
+        timer.start();
+        press(m_dialog->BitBtn5);
+        clickItem(m_dialog->ListBox1, "Диалог");
+        constexpr int unnoticed = 500;
+        QVERIFY2(timer.elapsed() < unnoticed, qPrintable(QString::number(timer.elapsed())));
+    }
+    QCOMPARE(m_dialog->Edit9->text(), QString("2"));
+}
+
+void SceneDialogTest::theChosenMapOpens()
+{
+    m_dialog->bringUp();
+    QCOMPARE(m_dialog->ComboBox1->currentText(), QString("Open Street Map"));
+    m_dialog->Edit8->setText("1");
+    press(m_dialog->BitBtn2);
+    m_dialog->ComboBox1->setCurrentIndex(2);
+    press(m_dialog->BitBtn2);
+    QCOMPARE(m_windows->openedAddresses, QStringList({"https://www.openstreetmap.org", "https://yandex.ru/maps/"}));
+}
+
+void SceneDialogTest::textsAreKeptExactly()
+{
+    // From the list and back.
+    const QString odd = QString::fromUtf8("  a\tb\nc\r\x01 ") + QChar(QChar::Nbsp) + QString(40'000, 'x');
+    Scene scene;
+    scene.position = scene.title = scene.longitude = odd;
+    m_dialog->fillForEditing(scene);
+    QCOMPARE(m_dialog->Edit1->text(), odd);
+    QCOMPARE(m_dialog->Edit3->text(), odd);
+    QCOMPARE(m_dialog->Edit9->text(), odd);
+
+    // What is pasted has to fit one line of a file that can be read back.
+    m_dialog->Edit3->clear();
+    QGuiApplication::clipboard()->setText(QString::fromUtf8("a\r\nb\x02\tЯ🎬") + QChar(0xD800));
+    m_dialog->Edit3->paste();
+    QCOMPARE(m_dialog->Edit3->text(), QString::fromUtf8("a  b \tЯ🎬 "));
+}
+
+QTEST_MAIN(SceneDialogTest)
+#include "scene_dialog_test.moc"

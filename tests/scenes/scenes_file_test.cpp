@@ -1,0 +1,278 @@
+#include "scenes/scenes_file.h"
+
+#include "scenes/scene.h"
+#include "util/user_error.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QStringEncoder>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+const QString fileName = QStringLiteral("film.avi.scenes");
+
+/// A list whose data rows have these titles.
+GridCells listOf(const QStringList &titles)
+{
+    GridCells list(sceneColumnCount);
+    for (const QString &title : titles) {
+        Scene scene;
+        scene.title = title;
+        setScene(list, rowForNewScene(list), scene);
+    }
+    return list;
+}
+
+/// The data rows, their cells from the number on joined by "|".
+QStringList rowsOf(const GridCells &list)
+{
+    QStringList rows;
+    for (int row = 1; row < list.RowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < sceneColumnCount; ++column)
+            cells += list.cell(column, row);
+        rows += cells.join('|');
+    }
+    return rows;
+}
+
+void load(GridCells &list, const QByteArray &xml)
+{
+    TXMLDocument document;
+    document.LoadFromXML(xml, fileName);
+    fillList(list, *Getscenes(document), fileName);
+}
+
+QString refusalOf(const std::function<void()> &command)
+{
+    try {
+        command();
+    } catch (const UserError &error) {
+        return error.text();
+    }
+    return {};
+}
+
+/// A file of one scene with this content.
+QByteArray oneScene(const QByteArray &content)
+{
+    return "<scenes><scene>" + content + "</scene></scenes>";
+}
+
+} // namespace
+
+class ScenesFileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theFileIsWrittenLetterForLetter();
+    void foreignParsersReadTheSameTexts();
+    void savingAgainGivesTheSameBytes();
+    void scenesAreReadHoweverTheyAreWritten_data();
+    void scenesAreReadHoweverTheyAreWritten();
+    void encodingsAreReadOrRefused_data();
+    void encodingsAreReadOrRefused();
+    void unreadableFilesAreRefused_data();
+    void unreadableFilesAreRefused();
+    void elementsInAFieldStopTheFilling();
+    void noScenesEmptyTheList();
+    void theBindingChangesScenes();
+};
+
+void ScenesFileTest::theFileIsWrittenLetterForLetter()
+{
+    GridCells list(sceneColumnCount);
+    const QByteArray blank = "\t<scene>\r\n\t\t<position/>\r\n\t\t<length/>\r\n\t\t<type/>\r\n\t\t<subtype/>\r\n"
+                             "\t\t<lasttype/>\r\n\t\t<title/>\r\n\t\t<persons/>\r\n\t\t<place/>\r\n\t\t<time/>\r\n"
+                             "\t\t<commemt/>\r\n\t\t<latitude/>\r\n\t\t<longitude/>\r\n\t</scene>\r\n";
+    const QByteArray head = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<scenes>\r\n";
+    const QByteArray foot = "</scenes>\r\n";
+    QCOMPARE(scenesXml(list), head + blank + foot);
+
+    setScene(list, 1, {"83.4", "12.5", "Диалог", "", " ", "a & b < c", "", "", "", "к", "55.7539", "0"});
+    setScene(list, rowForNewScene(list), {});
+    const QByteArray scene = "\t<scene>\r\n\t\t<position>83.4</position>\r\n\t\t<length>12.5</length>\r\n"
+                             "\t\t<type>Диалог</type>\r\n\t\t<subtype/>\r\n\t\t<lasttype> </lasttype>\r\n"
+                             "\t\t<title>a & b < c</title>\r\n\t\t<persons/>\r\n\t\t<place/>\r\n\t\t<time/>\r\n"
+                             "\t\t<commemt>к</commemt>\r\n\t\t<latitude>55.7539</latitude>\r\n"
+                             "\t\t<longitude>0</longitude>\r\n\t</scene>\r\n";
+    QCOMPARE(scenesXml(list), head + scene + blank + foot);
+}
+
+void ScenesFileTest::foreignParsersReadTheSameTexts()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("фильм.scenes");
+    const QString title = QString::fromUtf8("  «Ёлка» \"x\" 'y' > 🎬\t] ] ");
+    saveList(listOf({"first", title}), path);
+    QProcess reader;
+    reader.start("xmllint", {"--xpath", "string(/scenes/scene[2]/title)", path});
+    QVERIFY(reader.waitForFinished());
+    QCOMPARE(reader.exitCode(), 0);
+    QCOMPARE(QString::fromUtf8(reader.readAllStandardOutput()), title + '\n');
+}
+
+void ScenesFileTest::savingAgainGivesTheSameBytes()
+{
+    GridCells list(sceneColumnCount);
+    setScene(list, 1, {"0.0", "00", "Диалог ", "\tc", "x", " ", "a\nb", "🎬", "]]", "'\"", "55", "-1e5"});
+    for (int i = 0; i < 2000; ++i)
+        setScene(list, rowForNewScene(list), sceneAt(list, 1));
+    setScene(list, rowForNewScene(list), {});
+    const QByteArray xml = scenesXml(list);
+    GridCells read(sceneColumnCount);
+    load(read, xml);
+    QCOMPARE(rowsOf(read), rowsOf(list));
+    QCOMPARE(scenesXml(read), xml);
+}
+
+void ScenesFileTest::scenesAreReadHoweverTheyAreWritten_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QStringList>("rows");
+    QTest::newRow("empty fields") << oneScene("<title></title><place/>") << QStringList{"1||||||||||||"};
+    QTest::newRow("nothing in it") << oneScene("") << QStringList{"1||||||||||||"};
+    QTest::newRow("other order") << oneScene("<title>t</title><position>1</position>")
+                                 << QStringList{"1|1|||||t||||||"};
+    QTest::newRow("the first of a name") << oneScene("<title>a</title><title>b</title>")
+                                         << QStringList{"1||||||a||||||"};
+    QTest::newRow("the first of a name, empty") << oneScene("<title/><title>b</title>")
+                                                << QStringList{"1||||||||||||"};
+    QTest::newRow("unknown children") << oneScene("<x><title>no</title></x>no<title>a</title><comment>no</comment>")
+                                      << QStringList{"1||||||a||||||"};
+    QTest::newRow("0 is blanked") << oneScene("<position>0</position><length>0.0</length><type>00</type>"
+                                              "<title> 0</title><latitude>0</latitude>")
+                                  << QStringList{"1||0.0|00||| 0||||||"};
+    QTest::newRow("white space stays") << oneScene("<title> \t </title><place>\r\na</place>")
+                                       << QStringList{"1|||||| \t ||\na||||"};
+    QTest::newRow("text in pieces") << oneScene("<title>a<!-- x -->b<![CDATA[<&]]>&amp;&#1071;<?p?></title>")
+                                    << QStringList{"1||||||ab<&&Я||||||"};
+    QTest::newRow("other children of the root")
+        << QByteArray("<?xml version='1.0'?><!DOCTYPE scenes><scenes><info><scene/></info>text<scene><length>1</length>"
+                      "</scene><Scene/><scene/></scenes><!-- end -->")
+        << QStringList{"1||1||||||||||", "2||||||||||||"};
+}
+
+void ScenesFileTest::scenesAreReadHoweverTheyAreWritten()
+{
+    QFETCH(QByteArray, xml);
+    GridCells list = listOf({"old", "old", "old"});
+    load(list, xml);
+    QTEST(rowsOf(list), "rows");
+}
+
+void ScenesFileTest::encodingsAreReadOrRefused_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    const QString scene = QString::fromUtf8(oneScene("<title>Я</title>"));
+    const auto declared = [&](const char *encoding) {
+        return QString("<?xml version=\"1.0\" encoding=\"%1\"?>%2").arg(QLatin1String(encoding), scene);
+    };
+    QTest::newRow("UTF-8") << declared("utf-8").toUtf8();
+    QTest::newRow("UTF-8 with mark") << "\xEF\xBB\xBF" + declared("UTF-8").toUtf8();
+    QStringEncoder utf16(QStringEncoder::Utf16LE, QStringConverter::Flag::WriteBom);
+    QTest::newRow("UTF-16") << QByteArray(utf16(declared("UTF-16")));
+    // Known where the system's library of encodings is.
+    QTest::newRow("windows-1251") << declared("windows-1251").toUtf8().replace("Я", "\xDF");
+    QTest::newRow("nobody's") << declared("koi-17").toUtf8();
+    QTest::newRow("declared UTF-8, is not") << declared("UTF-8").toUtf8().replace("Я", "\xDF");
+}
+
+void ScenesFileTest::encodingsAreReadOrRefused()
+{
+    QFETCH(QByteArray, xml);
+    GridCells list = listOf({"old"});
+    const QString refusal = refusalOf([&] { load(list, xml); });
+    const QString title = list.cell(TitleColumn, 1);
+    if (refusal.isEmpty())
+        QCOMPARE(title, QString("Я"));
+    else
+        QCOMPARE(title, QString("old"));
+    const bool must = QByteArray(QTest::currentDataTag()).startsWith("UTF-");
+    const bool cannot = xml.contains("koi-17") || qstrcmp(QTest::currentDataTag(), "declared UTF-8, is not") == 0;
+    QVERIFY2(!(must && !refusal.isEmpty()) && !(cannot && refusal.isEmpty()), qPrintable(refusal));
+}
+
+void ScenesFileTest::unreadableFilesAreRefused_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QString>("reason");
+    QByteArray bomb = "<!DOCTYPE scenes [<!ENTITY a0 \"xxxxxxxxxx\">";
+    for (char i = '1'; i <= '9'; ++i)
+        bomb += QByteArray("<!ENTITY a") + i + " \"" + QByteArray("&aN;").replace('N', static_cast<char>(i - 1)).repeated(10) + "\">";
+    QTest::newRow("entity bomb") << bomb + "]>" + oneScene("<title>&a9;</title>") << "сущности";
+    QTest::newRow("parameter entities") << QByteArray("<!DOCTYPE scenes [<!ENTITY % p '&#37;p;&#37;p;'> %p;]>")
+                                               + oneScene("")
+                                        << "строка 1";
+    QTest::newRow("file of the system") << "<!DOCTYPE scenes [<!ENTITY f SYSTEM \"file:///etc/passwd\">]>"
+                                               + oneScene("<title>&f;</title>")
+                                        << "сущности";
+    QTest::newRow("ampersand") << oneScene("\n<title>Том & Джерри</title>") << "строка 2";
+    QTest::newRow("less than") << oneScene("<title>a < b</title>") << "«&» и «<»";
+    QTest::newRow("NUL") << oneScene(QByteArray("<title>a\0b</title>", 18)) << "строка 1";
+    QTest::newRow("control character") << oneScene("<title>\x01</title>") << "строка 1";
+    QTest::newRow("other root") << QByteArray("<movies><scene/></movies>") << "корневой элемент называется «movies»";
+    QTest::newRow("root in other letters") << QByteArray("<Scenes/>") << "«Scenes»";
+    QTest::newRow("cut off") << oneScene("<title>a</title>").chopped(12) << "строка 1";
+    QTest::newRow("more after the end") << oneScene("") + "<scenes/>" << "строка 1";
+    QTest::newRow("empty file") << QByteArray() << "строка 1";
+    QTest::newRow("no XML") << QByteArray("position,length\r\n1,2\r\n") << "строка 1";
+}
+
+void ScenesFileTest::unreadableFilesAreRefused()
+{
+    QFETCH(QByteArray, xml);
+    QFETCH(QString, reason);
+    TXMLDocument document;
+    document.LoadFromXML(oneScene(""), fileName);
+    QVERIFY(document.Active());
+    const QString refusal = refusalOf([&] { document.LoadFromXML(xml, fileName); });
+    QVERIFY2(refusal.contains(fileName) && refusal.contains(reason), qPrintable(refusal));
+    QVERIFY(!document.Active());
+}
+
+void ScenesFileTest::elementsInAFieldStopTheFilling()
+{
+    GridCells list = listOf({"old 1", "old 2", "old 3"});
+    const QString refusal = refusalOf([&] {
+        load(list, "<scenes><scene><title>a</title></scene><scene><position>5</position><title>b<i>c</i></title>"
+                   "<place>d</place></scene><scene><title>e</title></scene><scene/></scenes>");
+    });
+    QVERIFY2(refusal.contains(fileName) && refusal.contains("в сцене 2") && refusal.contains("«title»"),
+             qPrintable(refusal));
+    QCOMPARE(rowsOf(list),
+             QStringList({"1||||||a||||||", "2|5|||||old 2||||||", "3||||||old 3||||||", "||||||||||||"}));
+}
+
+void ScenesFileTest::noScenesEmptyTheList()
+{
+    for (const QByteArray &xml : {QByteArray("<scenes/>"), QByteArray("<scenes>\n <other/></scenes>")}) {
+        GridCells list = listOf({"old", "old"});
+        load(list, xml);
+        QVERIFY(listIsEmpty(list));
+        QCOMPARE(rowsOf(list), QStringList{"||||||||||||"});
+    }
+}
+
+void ScenesFileTest::theBindingChangesScenes()
+{
+    const auto scenes = Newscenes();
+    QCOMPARE(scenes->Get_Count(), 0);
+    scenes->Add().Set_commemt("второй");
+    scenes->Insert(0).Set_position("1");
+    QCOMPARE(scenes->Get_Count(), 2);
+    QCOMPARE(scenes->Get_scene(0).Get_position(), QString("1"));
+    QCOMPARE(scenes->Get_scene(1).Get_commemt(), QString("второй"));
+
+    const QTemporaryDir folder;
+    saveList(listOf({"a"}), folder.filePath(fileName));
+    QCOMPARE(Loadscenes(folder.filePath(fileName))->Get_scene(0).Get_title(), QString("a"));
+    QVERIFY(!TXMLDocument().Active());
+    QVERIFY(!Getscenes(TXMLDocument()));
+    QVERIFY(refusalOf([&] { (void)Loadscenes(folder.filePath("missing")); }).contains("нет такого файла"));
+}
+
+QTEST_GUILESS_MAIN(ScenesFileTest)
+#include "scenes_file_test.moc"
