@@ -2,7 +2,6 @@
 
 #include "app/progress_bar.h"
 #include "player/display_texts.h"
-#include "player/graph_system.h"
 #include "player/scene_marking.h"
 #include "player/transport.h"
 #include "scenes/scene_dialog.h"
@@ -77,7 +76,7 @@ QSlider *makeTrackBar(int minimum, int maximum, int position, const QString &nam
 
 } // namespace
 
-TForm1::TForm1()
+TForm1::TForm1(std::unique_ptr<GraphSystem> (*makeGraphSystem)(QWidget *))
 {
     Form1 = this;
     CurPath = QApplication::applicationDirPath();
@@ -97,7 +96,7 @@ TForm1::TForm1()
     connect(Timer2, &QTimer::timeout, this, &TForm1::Timer2Timer);
     Timer2->start();
 
-    m_graphSystem = createGraphSystem(Panel3);
+    m_graphSystem = makeGraphSystem(Panel3);
     initializeEngine(*m_graphSystem, *this);
     qApp->installEventFilter(this);
 }

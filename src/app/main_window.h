@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/warning_beep.h"
+#include "player/graph_system.h"
 #include "player/playback_engine.h"
 #include "widgets/open_dialog.h"
 
@@ -27,7 +28,8 @@ class TForm1 final : public QMainWindow, private PlayerDisplay {
     Q_OBJECT
 
 public:
-    TForm1();
+    /// Plays through the graph system that `makeGraphSystem` gives for the video panel.
+    explicit TForm1(std::unique_ptr<GraphSystem> (*makeGraphSystem)(QWidget *panel) = createGraphSystem);
     ~TForm1() override;
 
     QWidget *Panel3 = nullptr;
