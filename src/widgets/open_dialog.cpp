@@ -14,6 +14,7 @@ std::optional<QString> askUser(QWidget *owner, const QString &previous)
 {
     QFileDialog dialog(owner);
     dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.resize(860, 520); // wide enough for names, sizes and dates
     if (!previous.isEmpty())
         dialog.selectFile(previous);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())

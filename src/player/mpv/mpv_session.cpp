@@ -7,17 +7,26 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace {
 
-/// An exact seek shows the first picture that starts no more than this before its time (seconds).
-constexpr double seekTolerance = 0.005;
+/// The core's own upper bound for its rate.
+constexpr double fastestRate = 100.0;
 
-/// Stepping is cheaper than seeking for times at most this many pictures ahead.
-constexpr double steppedPictures = 3.0;
+/// A seek that has run past the last picture tells its own target for a time, give or take a sample of the sound
+/// (seconds).
+constexpr double endOfSeek = 60e-6;
+
+/// How often a step that brings no picture is looked at.
+constexpr auto endCheckInterval = std::chrono::milliseconds(80);
+
+/// A command that has not landed by then is taken as landed where the core stands.
+constexpr auto longestWait = std::chrono::seconds(5);
 
 constexpr std::array<std::pair<const char *, const char *>, 31> coreOptions{{
     // Nothing of the user's own player set-up, and nothing written.
@@ -77,10 +86,20 @@ MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_core(mpv_c
     mpv_observe_property(m_core.get(), observeEnd, "eof-reached", MPV_FORMAT_FLAG);
     mpv_observe_property(m_core.get(), observeSound, "current-ao", MPV_FORMAT_STRING);
     m_attached = m_surface.attach(m_core.get());
+    if (m_attached && !m_surface.turnsPictures()) {
+        setString("video-rotate", "no");
+        mpv_hook_add(m_core.get(), 0, "on_preloaded", 0);
+    }
 
-    m_stepPatience.setSingleShot(true);
-    m_stepPatience.setInterval(std::chrono::seconds(3));
-    connect(&m_stepPatience, &QTimer::timeout, this, &MpvSession::stepLanded);
+    connect(&m_surface, &VideoSurface::pictureDrawn, this, [this] {
+        m_sinceDrawn.start();
+        landIfDrawn();
+    });
+    m_sinceDrawn.start();
+    m_patience.setSingleShot(true);
+    connect(&m_patience, &QTimer::timeout, this, &MpvSession::land);
+    m_endCheck.setInterval(endCheckInterval);
+    connect(&m_endCheck, &QTimer::timeout, this, &MpvSession::checkForEnd);
 }
 
 MpvSession::~MpvSession()
@@ -116,6 +135,10 @@ bool MpvSession::waitForFirstPicture()
         const mpv_event *event = mpv_wait_event(m_core.get(), pollSeconds);
         if (event->event_id == MPV_EVENT_END_FILE || event->event_id == MPV_EVENT_SHUTDOWN)
             return false;
+        if (event->event_id == MPV_EVENT_HOOK) {
+            turnPictures();
+            mpv_hook_continue(m_core.get(), static_cast<const mpv_event_hook *>(event->data)->id);
+        }
         if (event->event_id == MPV_EVENT_FILE_LOADED)
             loaded = true;
         if (event->event_id == MPV_EVENT_PLAYBACK_RESTART && loaded) {
@@ -126,24 +149,46 @@ bool MpvSession::waitForFirstPicture()
     return false;
 }
 
+void MpvSession::turnPictures()
+{
+    const auto tracks = static_cast<int>(number("track-list/count").value_or(0.0));
+    for (int track = 0; track < tracks; ++track) {
+        const QByteArray rotation = "track-list/" + QByteArray::number(track) + "/demux-rotation";
+        switch (static_cast<int>(number(rotation.constData()).value_or(0.0))) {
+        case 90:
+            setString("vf", "transpose=dir=clock");
+            return;
+        case 180:
+            setString("vf", "hflip,vflip");
+            return;
+        case 270:
+            setString("vf", "transpose=dir=cclock");
+            return;
+        default:
+            break;
+        }
+    }
+}
+
 void MpvSession::readVideoParameters()
 {
-    const bool hasPicture = number("video-params/w").has_value();
+    const bool hasPicture = number("video-out-params/w").has_value();
     if (hasPicture) {
-        auto width = static_cast<std::int32_t>(number("video-params/dw").value_or(0.0));
-        auto height = static_cast<std::int32_t>(number("video-params/dh").value_or(0.0));
-        const auto quarterTurns = static_cast<int>(number("video-params/rotate").value_or(0.0)) / 90;
+        auto width = static_cast<std::int32_t>(number("video-out-params/dw").value_or(0.0));
+        auto height = static_cast<std::int32_t>(number("video-out-params/dh").value_or(0.0));
+        const auto quarterTurns = static_cast<int>(number("video-out-params/rotate").value_or(0.0)) / 90;
         if (quarterTurns % 2 != 0)
             std::swap(width, height);
         m_width = width;
         m_height = height;
         constexpr double guessedFrameRate = 25.0;
         const double rate = number("container-fps").value_or(0.0);
-        m_frameSeconds = 1.0 / (rate > 0.0 && std::isfinite(rate) ? rate : guessedFrameRate);
-        m_zero = m_shown = number("time-pos").value_or(0.0);
+        m_film.frame = 1.0 / (rate > 0.0 && std::isfinite(rate) ? rate : guessedFrameRate);
+        m_film.first = m_shown = number("time-pos").value_or(0.0);
     }
-    const double seconds = number("duration").value_or(0.0) - m_zero;
-    m_duration = seconds > 0.0 ? static_cast<MediaTime>(std::llround(seconds * unitsPerSecond)) : 0;
+    const double end = number("duration").value_or(0.0);
+    m_film.end = std::max(end, m_film.first);
+    m_duration = static_cast<MediaTime>(std::llround((m_film.end - m_film.first) * unitsPerSecond));
 }
 
 // Playing
@@ -151,6 +196,8 @@ void MpvSession::readVideoParameters()
 Status MpvSession::run()
 {
     m_wantPaused = false;
+    if (std::exchange(m_silent, false))
+        setString("aid", "auto");
     applyPause();
     return statusOk;
 }
@@ -159,7 +206,25 @@ Status MpvSession::pause()
 {
     m_wantPaused = true;
     applyPause();
+    if (m_search || m_film.frame <= 0.0)
+        return statusOk;
+    const double told = number("time-pos").value_or(m_shown);
+    if (m_film.last)
+        m_shown = std::min(told, *m_film.last);
+    else if (flag("eof-reached") || picturesHaveStopped())
+        // Once the pictures have ended the core tells the sound's time; the picture that is there has to be found.
+        pursue({pictureMediaTime(told - m_film.first, 1.0 / m_film.frame), SeekTo::Time});
+    else
+        m_shown = told;
     return statusOk;
+}
+
+bool MpvSession::picturesHaveStopped() const
+{
+    constexpr double missedPictures = 5.0;
+    constexpr double leastSeconds = 0.3;
+    const double quiet = static_cast<double>(m_sinceDrawn.elapsed()) / 1000.0;
+    return quiet > std::max(leastSeconds, missedPictures * m_film.frame / m_rate);
 }
 
 void MpvSession::stop()
@@ -170,31 +235,31 @@ void MpvSession::stop()
 void MpvSession::applyPause()
 {
     // A step pauses by itself when it lands, which then applies what is wanted.
-    if (m_underWay != Command::StepForward && m_underWay != Command::StepBack)
+    if (m_underWay != SearchCommand::StepForward && m_underWay != SearchCommand::StepBack)
         setFlag("pause", m_wantPaused);
 }
 
 Status MpvSession::setRate(double rate)
 {
-    return setNumber("speed", rate) ? statusOk : statusFailure;
-}
-
-double MpvSession::rate()
-{
-    return number("speed").value_or(1.0);
+    if (m_underWay != SearchCommand::StepForward && !setNumber("speed", rate))
+        return statusFailure;
+    m_rate = rate;
+    return statusOk;
 }
 
 // Reaching a picture
 
 Status MpvSession::seek(MediaTime time, SeekTo picture)
 {
-    const bool underWay = m_underWay != Command::None;
+    drain();
     // A neighbour is the neighbour of a picture that is there; while one is still being looked for, or while the
     // pictures run, the time computed for it is the only one that has a meaning.
-    const bool step = picture != SeekTo::Time && m_wantPaused && !underWay;
-    m_wish = Wish{std::max<MediaTime>(0, time), step ? picture : SeekTo::Time};
-    if (!underWay)
-        pursue();
+    const bool step = m_wantPaused && !m_search;
+    const Wish wish{std::max<MediaTime>(0, time), step ? picture : SeekTo::Time};
+    if (m_search)
+        m_wish = wish;
+    else
+        pursue(wish);
     return statusOk;
 }
 
@@ -203,95 +268,105 @@ MediaTime MpvSession::position()
     drain();
     if (m_wish)
         return m_wish->time;
-    if (m_underWay != Command::None)
-        return m_pursued.time;
-    m_shown = number("time-pos").value_or(m_shown);
-    return pictureMediaTime(m_shown - m_zero, m_frameSeconds > 0.0 ? 1.0 / m_frameSeconds : 0.0);
-}
-
-void MpvSession::pursue()
-{
-    m_pursued = *std::exchange(m_wish, std::nullopt);
-    m_shown = number("time-pos").value_or(m_shown);
-
-    const double target = m_zero + secondsOf(m_pursued.time);
-    const double ahead = target - m_shown;
-    const bool nearAhead = ahead > seekTolerance && ahead < steppedPictures * m_frameSeconds;
-    if (m_pursued.picture == SeekTo::PreviousPicture) {
-        sendStep(Command::StepBack);
-    } else if (m_pursued.picture == SeekTo::NextPicture || (m_wantPaused && nearAhead)) {
-        sendStep(Command::StepForward);
-    } else {
-        m_demuxerOffset = 0.0;
-        m_previousLanding.reset();
-        sendSeek(target);
+    if (m_search)
+        return m_searched;
+    double seconds = m_shown;
+    if (!m_wantPaused) {
+        seconds = number("time-pos").value_or(m_shown);
+        if (m_film.last && flag("eof-reached"))
+            seconds = *m_film.last;
     }
+    return pictureMediaTime(seconds - m_film.first, m_film.frame > 0.0 ? 1.0 / m_film.frame : 0.0);
 }
 
-void MpvSession::sendSeek(double seconds)
+void MpvSession::pursue(const Wish &wish)
 {
-    m_underWay = Command::Seek;
-    m_seekSeconds = seconds;
-    setNumber("hr-seek-demuxer-offset", m_demuxerOffset);
-    // The core counts negative times from the end.
-    const QByteArray target = QByteArray::number(std::max(0.0, seconds), 'f', 7);
-    if (!command({"seek", target.constData(), "absolute+exact"}))
+    m_searched = wish.time;
+    if (!m_wantPaused)
+        m_shown = number("time-pos").value_or(m_shown);
+    if (m_wantPaused && m_film.frame > 0.0 && !m_silent)
+        m_silent = setString("aid", "no");
+    m_search.emplace(m_film, m_shown, m_film.first + secondsOf(wish.time), wish.picture, m_wantPaused);
+    execute(m_search->start());
+}
+
+void MpvSession::execute(const SearchCommand &next)
+{
+    m_underWay = next.kind;
+    m_reported = false;
+    m_awaitedPicture = m_surface.picturesBegun() + 1;
+    m_patience.start(longestWait);
+    bool sent = false;
+    switch (next.kind) {
+    case SearchCommand::Seek: {
+        setNumber("speed", m_rate);
+        setNumber("hr-seek-demuxer-offset", next.demuxerOffset);
+        // The core counts negative times from the end.
+        m_sent = std::max(0.0, next.seconds);
+        sent = command({"seek", QByteArray::number(m_sent, 'f', 7).constData(), "absolute+exact"});
+        break;
+    }
+    case SearchCommand::StepForward:
+        // The core shows the next picture no sooner than the rate has it follow.
+        setNumber("speed", fastestRate);
+        sent = command({"frame-step"});
+        m_endCheck.start();
+        break;
+    case SearchCommand::StepBack:
+        sent = command({"frame-back-step"});
+        break;
+    case SearchCommand::Done:
+        break;
+    }
+    if (!sent)
         finish();
 }
 
-void MpvSession::sendStep(Command step)
+void MpvSession::landIfDrawn()
 {
-    // At the end of the film there is no next picture to wait for.
-    if (m_frameSeconds <= 0.0 || (step == Command::StepForward && flag("eof-reached"))) {
-        finish();
-        return;
-    }
-    m_underWay = step;
-    if (!command({step == Command::StepForward ? "frame-step" : "frame-back-step"}))
-        finish();
-    else if (step == Command::StepForward)
-        m_stepPatience.start();
+    if (m_underWay != SearchCommand::Done && m_reported && isDrawn())
+        land();
 }
 
-void MpvSession::seekLanded()
+bool MpvSession::isDrawn() const
 {
-    const double landing = number("time-pos").value_or(m_shown);
-    m_shown = landing;
-    // What rounding of times in the container can move a picture by.
-    constexpr double jitter = 0.001;
-    const bool late = m_frameSeconds > 0.0 && landing > m_seekSeconds + m_frameSeconds - seekTolerance + jitter;
-    const bool moved = !m_previousLanding || landing < *m_previousLanding - jitter;
-    constexpr double farthestOffset = 64.0;
-    if (!m_wish && late && moved && m_demuxerOffset < farthestOffset) {
-        m_previousLanding = landing;
-        m_demuxerOffset = std::max(1.0, 4.0 * m_demuxerOffset);
-        sendSeek(m_seekSeconds);
-        return;
-    }
-    finish();
+    return m_film.frame <= 0.0 || m_surface.picturesDrawn() >= m_awaitedPicture;
 }
 
-void MpvSession::stepLanded()
+void MpvSession::checkForEnd()
 {
-    m_stepPatience.stop();
-    const double before = m_shown;
-    m_shown = number("time-pos").value_or(m_shown);
-    const bool moved = m_shown > before;
-    const bool there = m_zero + secondsOf(m_pursued.time) <= m_shown + seekTolerance;
-    if (!m_wish && m_wantPaused && moved && !there && m_pursued.picture == SeekTo::Time)
-        sendStep(Command::StepForward);
+    // The step is over and has brought no picture.
+    if (m_underWay == SearchCommand::StepForward && !isDrawn() && flag("pause") && flag("eof-reached"))
+        land();
+}
+
+void MpvSession::land()
+{
+    m_endCheck.stop();
+    const double here = number("time-pos").value_or(m_shown);
+    const bool seekEnded = m_underWay == SearchCommand::Seek && std::abs(here - m_sent) < endOfSeek;
+    const SearchCommand next = m_search->landed(here, seekEnded || flag("eof-reached"));
+    m_shown = m_search->shown();
+    if (m_wish || next.kind == SearchCommand::Done)
+        finish();
     else
-        finish();
+        execute(next);
 }
 
 void MpvSession::finish()
 {
-    m_underWay = Command::None;
+    m_patience.stop();
+    m_endCheck.stop();
+    m_film.last = m_search->last();
+    m_search.reset();
+    m_underWay = SearchCommand::Done;
     applyPause();
-    if (m_wish)
-        pursue();
-    else
-        Q_EMIT landed();
+    if (const auto wish = std::exchange(m_wish, std::nullopt)) {
+        pursue(*wish);
+        return;
+    }
+    setNumber("speed", m_rate);
+    Q_EMIT landed();
 }
 
 // Events
@@ -316,30 +391,42 @@ void MpvSession::handle(const mpv_event &event)
 {
     switch (event.event_id) {
     case MPV_EVENT_PLAYBACK_RESTART:
-        if (m_underWay == Command::Seek)
-            seekLanded();
-        else if (m_underWay == Command::StepBack)
-            stepLanded();
-        break;
-    case MPV_EVENT_END_FILE:
-        if (m_underWay != Command::None)
-            finish();
-        break;
-    case MPV_EVENT_PROPERTY_CHANGE: {
-        const auto &property = *static_cast<const mpv_event_property *>(event.data);
-        if (event.reply_userdata == observeSound) {
-            setLevel(m_level);
-        } else if (m_underWay == Command::StepForward && property.format != MPV_FORMAT_NONE) {
-            const bool next = event.reply_userdata == observeTime
-                && *static_cast<const double *>(property.data) > m_shown;
-            const bool end = event.reply_userdata == observeEnd && *static_cast<const int *>(property.data) != 0;
-            if (next || end)
-                stepLanded();
+        if (m_underWay == SearchCommand::Seek || m_underWay == SearchCommand::StepBack) {
+            m_reported = true;
+            // The core tells this once its picture was taken, which may not be drawn yet.
+            m_awaitedPicture = std::max(m_awaitedPicture, m_surface.picturesBegun());
+            // At the end of the film there may be no picture to draw.
+            if (flag("eof-reached"))
+                land();
+            else
+                landIfDrawn();
         }
         break;
-    }
+    case MPV_EVENT_END_FILE:
+        if (m_search)
+            finish();
+        break;
+    case MPV_EVENT_PROPERTY_CHANGE:
+        propertyChanged(event.reply_userdata, *static_cast<const mpv_event_property *>(event.data));
+        break;
     default:
         break;
+    }
+}
+
+void MpvSession::propertyChanged(std::uint64_t observed, const mpv_event_property &property)
+{
+    if (observed == observeSound) {
+        setLevel(m_level);
+        return;
+    }
+    if (m_underWay != SearchCommand::StepForward || property.format == MPV_FORMAT_NONE)
+        return;
+    if (observed == observeTime && *static_cast<const double *>(property.data) > m_search->shown()) {
+        m_reported = true;
+        landIfDrawn();
+    } else if (observed == observeEnd) {
+        checkForEnd();
     }
 }
 
@@ -388,6 +475,11 @@ bool MpvSession::setFlag(const char *property, bool value)
 bool MpvSession::setNumber(const char *property, double value)
 {
     return mpv_set_property(m_core.get(), property, MPV_FORMAT_DOUBLE, &value) >= 0;
+}
+
+bool MpvSession::setString(const char *property, const char *value)
+{
+    return mpv_set_property_string(m_core.get(), property, value) >= 0;
 }
 
 bool MpvSession::command(std::initializer_list<const char *> words)

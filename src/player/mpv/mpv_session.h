@@ -2,6 +2,7 @@
 
 #include "player/graph.h"
 #include "player/mpv/mpv_handle.h"
+#include "player/mpv/picture_search.h"
 #include "player/mpv/video_surface.h"
 
 #include <QElapsedTimer>
@@ -13,17 +14,9 @@
 #include <cstdint>
 #include <optional>
 
-/// One file in one player core: everything behind the graph's roles.
-///
-/// How a picture is reached. One command is under way at a time; a wish that comes meanwhile replaces the wish
-/// before it and is pursued when the command has landed.
-///  1. While paused, the next picture is one frame step, the previous one a frame step back; times a few pictures
-///     ahead are stepped to as well, since that decodes those pictures only.
-///  2. Everything else is an exact seek, which shows the first picture that starts at most 5 ms before its time.
-///  3. A landing is proven by the picture's time. Transport and program streams land late: the seek is repeated
-///     with the demuxer starting earlier, up to the beginning of the file, until it lands right or lands on the
-///     same picture twice, which then is the first one after a gap.
-///  4. A step that finds no picture, at either end of the film, leaves the picture that is there.
+/// One file in one player core: everything behind the graph's roles. One search for a picture is under way at a
+/// time; a wish that comes meanwhile replaces the wish before it and is pursued when the command under way has
+/// landed.
 class MpvSession : public QObject {
     Q_OBJECT
 
@@ -45,14 +38,17 @@ public:
     [[nodiscard]] MediaTime position();
     [[nodiscard]] MediaTime duration() const { return m_duration; }
 
+    /// True when no picture is being looked for: the newest wish's picture is on the surface.
+    [[nodiscard]] bool isSettled() const { return !m_search; }
+
     [[nodiscard]] Status setRate(double rate);
-    [[nodiscard]] double rate();
+    [[nodiscard]] double rate() const { return m_rate; }
 
     [[nodiscard]] std::int32_t width() const { return m_width; }
     [[nodiscard]] std::int32_t height() const { return m_height; }
 
     /// Seconds; 0 without a picture.
-    [[nodiscard]] double averageTimePerFrame() const { return m_frameSeconds; }
+    [[nodiscard]] double averageTimePerFrame() const { return m_film.frame; }
 
     [[nodiscard]] VideoSurface &surface() const { return m_surface; }
 
@@ -67,8 +63,6 @@ Q_SIGNALS:
     void landed();
 
 private:
-    enum class Command { None, Seek, StepForward, StepBack };
-
     struct Wish {
         MediaTime time = 0;
         SeekTo picture = SeekTo::Time;
@@ -77,12 +71,15 @@ private:
     static void onWakeup(void *session);
     void drain();
     void handle(const mpv_event &event);
+    void propertyChanged(std::uint64_t observed, const mpv_event_property &property);
 
-    void pursue();
-    void sendSeek(double seconds);
-    void sendStep(Command step);
-    void seekLanded();
-    void stepLanded();
+    void pursue(const Wish &wish);
+    void execute(const SearchCommand &command);
+    void landIfDrawn();
+    [[nodiscard]] bool isDrawn() const;
+    void checkForEnd();
+    [[nodiscard]] bool picturesHaveStopped() const;
+    void land();
     void finish();
     void applyPause();
 
@@ -90,7 +87,9 @@ private:
     [[nodiscard]] bool flag(const char *property) const;
     bool setFlag(const char *property, bool value);
     bool setNumber(const char *property, double value);
+    bool setString(const char *property, const char *value);
     bool command(std::initializer_list<const char *> words);
+    void turnPictures();
     void readVideoParameters();
     [[nodiscard]] bool waitForFirstPicture();
 
@@ -100,22 +99,28 @@ private:
     std::atomic_bool m_drainQueued = false;
 
     // What the file is.
-    double m_zero = 0.0; ///< the core's time of the video's first picture, seconds
+    FilmTimes m_film;
     MediaTime m_duration = 0;
-    double m_frameSeconds = 0.0;
     std::int32_t m_width = 0;
     std::int32_t m_height = 0;
 
     // Where it stands.
     bool m_wantPaused = true;
-    double m_shown = 0.0; ///< the core's time of the picture that is on the surface, seconds
-    std::optional<Wish> m_wish;
-    Command m_underWay = Command::None;
-    Wish m_pursued;
-    double m_seekSeconds = 0.0;
-    double m_demuxerOffset = 0.0;
-    std::optional<double> m_previousLanding;
-    QTimer m_stepPatience;
+    double m_rate = 1.0;
+    double m_shown = 0.0;                  ///< time of the picture on the surface while paused (core's, seconds)
+    std::optional<PictureSearch> m_search; ///< under way
+    MediaTime m_searched = 0;              ///< the time it was asked for
+    std::optional<Wish> m_wish;            ///< what to search next
+    SearchCommand::Kind m_underWay = SearchCommand::Done;
+    bool m_reported = false; ///< the core has told that the command under way is done
+    std::uint64_t m_awaitedPicture = 0; ///< the surface's count of pictures that ends the command under way
+    double m_sent = 0.0;     ///< target of the seek under way, seconds
+    /// No sound track is selected. While pictures are searched none is, since past the last picture the core tells
+    /// the time of the sound; playing brings it back.
+    bool m_silent = false;
+    QElapsedTimer m_sinceDrawn;
+    QTimer m_patience;
+    QTimer m_endCheck;
 
     std::uint16_t m_level = 0xFFFF;
 };

@@ -8,6 +8,7 @@
 #include <QPointer>
 
 #include <array>
+#include <atomic>
 
 namespace {
 
@@ -42,11 +43,12 @@ public:
     }
 
     QWidget *widget() const override { return m_widget; }
+    bool turnsPictures() const override { return true; }
     QImage picture() override { return m_widget->grabFramebuffer(); }
 
     void paint()
     {
-        if (!context()) {
+        if (!m_context) {
             QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
             gl->glClearColor(0.0F, 0.0F, 0.0F, 1.0F);
             gl->glClear(GL_COLOR_BUFFER_BIT);
@@ -62,18 +64,17 @@ public:
                               mpv_render_param{MPV_RENDER_PARAM_FLIP_Y, &flip},
                               mpv_render_param{MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &wait},
                               mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
-        mpv_render_context_render(context(), parameters.data());
+        mpv_render_context_render(m_context.get(), parameters.data());
     }
 
-protected:
-    MpvRenderContext createContext(mpv_handle *core) override
+    bool attach(mpv_handle *core) override
     {
         // A widget has its OpenGL context once it has been shown.
         m_widget->show();
         if (!m_widget->isValid())
             (void)m_widget->grabFramebuffer();
         if (!m_widget->isValid())
-            return nullptr;
+            return false;
         m_widget->makeCurrent();
         mpv_opengl_init_params functions{functionAddress, nullptr};
         std::array parameters{
@@ -81,35 +82,60 @@ protected:
             mpv_render_param{MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &functions},
             mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
         mpv_render_context *created = nullptr;
-        mpv_render_context_create(&created, core, parameters.data());
+        const bool made = mpv_render_context_create(&created, core, parameters.data()) >= 0;
         m_widget->doneCurrent();
-        return MpvRenderContext(created);
+        if (!made)
+            return false;
+        m_context.reset(created);
+        mpv_render_context_set_update_callback(created, &OpenGlSurface::onUpdate, this);
+        return true;
     }
 
-    void draw() override
+    void detach() override
     {
-        // A hidden or minimised widget is not painted, yet the core waits for its picture to be taken.
-        if (m_widget->isVisible() && !m_widget->window()->isMinimized())
+        if (!m_context)
             return;
-        m_widget->makeCurrent();
-        paint();
-        m_widget->doneCurrent();
-    }
-
-    void present() override
-    {
-        if (m_widget)
-            m_widget->repaint();
-    }
-
-    void beforeContextEnds() override
-    {
+        mpv_render_context_set_update_callback(m_context.get(), nullptr, nullptr);
         if (m_widget)
             m_widget->makeCurrent();
+        m_context.reset();
+        if (m_widget)
+            m_widget->update();
+    }
+
+    void service() override
+    {
+        m_serviceQueued = false;
+        if (!m_context || !(mpv_render_context_update(m_context.get()) & MPV_RENDER_UPDATE_FRAME))
+            return;
+        const bool isNew = isNewPicture(m_context.get());
+        if (isNew)
+            beginPicture();
+        if (m_widget->isVisible() && !m_widget->window()->isMinimized()) {
+            m_widget->repaint();
+        } else {
+            // A hidden widget is not painted, yet the core waits for its picture to be taken.
+            m_widget->makeCurrent();
+            paint();
+            m_widget->doneCurrent();
+        }
+        mpv_render_context_report_swap(m_context.get());
+        if (isNew)
+            endPicture();
     }
 
 private:
+    static void onUpdate(void *data)
+    {
+        // Called on the core's threads, where nothing but queueing a call is allowed.
+        auto *surface = static_cast<OpenGlSurface *>(data);
+        if (!surface->m_serviceQueued.exchange(true))
+            QMetaObject::invokeMethod(surface, &OpenGlSurface::service, Qt::QueuedConnection);
+    }
+
     QPointer<OpenGlWidget> m_widget;
+    MpvRenderContext m_context;
+    std::atomic_bool m_serviceQueued = false;
 };
 
 void OpenGlWidget::paintGL()

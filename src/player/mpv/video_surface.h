@@ -6,6 +6,7 @@
 #include <QObject>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 
 class QWidget;
@@ -15,49 +16,51 @@ class VideoSurface : public QObject {
     Q_OBJECT
 
 public:
-    ~VideoSurface() override;
-
     /// Lets the core draw here; must happen before it loads a file. False if the core cannot draw this way.
-    [[nodiscard]] bool attach(mpv_handle *core);
+    [[nodiscard]] virtual bool attach(mpv_handle *core) = 0;
 
     /// Ends the core's drawing and clears the surface; nothing if no core is attached.
-    void detach();
+    virtual void detach() = 0;
 
-    /// Draws the picture that the core holds ready, if any. The user-interface thread calls this by itself; one
-    /// that blocks while it waits for the core has to call it meanwhile, since the core waits for its picture.
-    void service();
+    /// Draws the picture that the core holds ready, if drawing is this thread's work. The event loop calls this by
+    /// itself; a caller that blocks while it waits for the core has to call it meanwhile, since the core waits for
+    /// its picture to be taken.
+    virtual void service() = 0;
 
     [[nodiscard]] virtual QWidget *widget() const = 0;
+
+    /// True if drawing turns pictures upright that a film carries on their side; false if the core has to turn them
+    /// before.
+    [[nodiscard]] virtual bool turnsPictures() const = 0;
 
     /// What is on the surface now, in device pixels. For tests and measurements.
     [[nodiscard]] virtual QImage picture() = 0;
 
+    /// How many pictures new to the core drawing has begun, and ended, with.
+    [[nodiscard]] std::uint64_t picturesBegun() const { return m_picturesBegun; }
+    [[nodiscard]] std::uint64_t picturesDrawn() const { return m_picturesDrawn; }
+
 Q_SIGNALS:
-    /// A picture new to the core has been drawn.
+    /// `picturesDrawn` has grown.
     void pictureDrawn();
 
 protected:
     VideoSurface() = default;
 
-    [[nodiscard]] virtual MpvRenderContext createContext(mpv_handle *core) = 0;
-
-    /// Draws the core's current picture; `context()` is set.
-    virtual void draw() = 0;
-
-    /// Shows what was drawn, or nothing after a detach.
-    virtual void present() = 0;
-
-    /// Called before the context ends, so that what it needs can be made current.
-    virtual void beforeContextEnds() = 0;
-
-    [[nodiscard]] mpv_render_context *context() const { return m_context.get(); }
+    void beginPicture() { ++m_picturesBegun; }
+    void endPicture()
+    {
+        ++m_picturesDrawn;
+        Q_EMIT pictureDrawn();
+    }
 
 private:
-    static void onUpdate(void *surface);
-
-    MpvRenderContext m_context;
-    std::atomic_bool m_serviceQueued = false;
+    std::atomic_uint64_t m_picturesBegun = 0;
+    std::atomic_uint64_t m_picturesDrawn = 0;
 };
+
+/// True if the picture that `context` is about to draw was not drawn before.
+[[nodiscard]] bool isNewPicture(mpv_render_context *context);
 
 /// The surface for this machine inside `panel`: OpenGL where it runs on graphics hardware, else the core's own
 /// software drawing. Owned by the caller, its widget by the panel.

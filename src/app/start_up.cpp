@@ -1,0 +1,31 @@
+#include "app/start_up.h"
+
+#include "app/application.h"
+#include "app/main_window.h"
+#include "scenes/scene_dialog.h"
+#include "scenes/scene_list_window.h"
+#include "widgets/application_font.h"
+#include "widgets/message_box.h"
+#include "widgets/style_manager.h"
+
+#include <exception>
+
+int runProgram(int argc, char **argv)
+{
+    TApplication application(argc, argv);
+    try {
+        QApplication::setFont(applicationFont());
+        TStyleManager::TrySetStyle(QStringLiteral("Smokey Quartz Kamri"), true);
+        TApplication::setApplicationName(QStringLiteral("Таврин"));
+
+        // The main window owns the others, which end with it.
+        TForm1 mainWindow;
+        Form2 = new TForm2(&mainWindow);
+        Form3 = new TForm3(&mainWindow);
+        mainWindow.show();
+        TApplication::exec();
+    } catch (const std::exception &error) {
+        showError(QString::fromUtf8(error.what()));
+    }
+    return 0;
+}

@@ -1,0 +1,161 @@
+#include "player/mpv/picture_search.h"
+
+#include <algorithm>
+
+namespace {
+
+/// What rounding of times in a container can move a picture by (seconds).
+constexpr double jitter = 0.001;
+
+/// The core shows the first picture that starts no more than 5 ms before a seek's target. The odd fraction keeps
+/// the target away from the times that pictures have, which is how a seek past the last one is known.
+constexpr double coreTolerance = 0.005;
+constexpr double oddFraction = 0.000063;
+constexpr double targetShift = coreTolerance - PictureSearch::seekTolerance - oddFraction;
+
+/// Stepping is cheaper than seeking for times at most this many pictures ahead.
+constexpr double steppedPictures = 3.0;
+
+/// The next of a series of ever longer ways back (seconds); the last one is the beginning of any film.
+double furtherBack(double back, double frame)
+{
+    if (back <= 0.0)
+        return 1.5 * frame;
+    return back < 1.0 ? 1.0 : 4.0 * back;
+}
+
+} // namespace
+
+PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused)
+    : m_film(film), m_shown(shown), m_target(std::max(target, film.first)), m_goal(goal), m_paused(paused)
+{
+    if (m_film.last)
+        m_target = std::min(m_target, *m_film.last);
+}
+
+SearchCommand PictureSearch::start()
+{
+    if (m_film.frame <= 0.0)
+        return m_goal == SeekTo::Time ? seek(m_target) : SearchCommand{};
+    if (m_goal == SeekTo::NextPicture)
+        return m_film.last && m_shown >= *m_film.last - jitter ? SearchCommand{} : step();
+    if (m_goal == SeekTo::PreviousPicture) {
+        if (m_shown <= m_film.first + jitter)
+            return {};
+        m_phase = Phase::SteppingBack;
+        m_origin = m_shown;
+        return {SearchCommand::StepBack};
+    }
+    const double ahead = m_target - m_shown;
+    if (m_paused && ahead > seekTolerance && ahead < steppedPictures * m_film.frame)
+        return step();
+    return seekTarget();
+}
+
+SearchCommand PictureSearch::landed(double here, bool atEnd)
+{
+    switch (m_phase) {
+    case Phase::Seeking:
+        return seekLanded(here, atEnd);
+    case Phase::Stepping:
+        return stepLanded(here, atEnd);
+    case Phase::SteppingBack: {
+        const double distance = m_origin - here;
+        if (!atEnd && distance > jitter && distance < 1.5 * m_film.frame) {
+            m_shown = here;
+            return {};
+        }
+        return seekBefore();
+    }
+    case Phase::SeekingBefore:
+        if (!atEnd && here < m_origin - jitter) {
+            m_candidate = here;
+            m_phase = Phase::SteppingUp;
+            return {SearchCommand::StepForward};
+        }
+        return seekBefore();
+    case Phase::SteppingUp:
+        if (!atEnd && here < m_origin - jitter) {
+            m_candidate = here;
+            return {SearchCommand::StepForward};
+        }
+        m_goal = SeekTo::Time;
+        m_target = m_candidate;
+        return seekTarget();
+    }
+    return {};
+}
+
+SearchCommand PictureSearch::seek(double seconds)
+{
+    m_phase = Phase::Seeking;
+    return {SearchCommand::Seek, std::max(seconds, m_film.first) + targetShift, m_demuxerOffset};
+}
+
+SearchCommand PictureSearch::seekTarget()
+{
+    m_back = 0.0;
+    m_demuxerOffset = 0.0;
+    m_lateLanding.reset();
+    return seek(m_target);
+}
+
+SearchCommand PictureSearch::step()
+{
+    m_phase = Phase::Stepping;
+    return {SearchCommand::StepForward};
+}
+
+SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
+{
+    if (m_film.frame <= 0.0) {
+        m_shown = here;
+        return {};
+    }
+    const double sought = m_target - m_back;
+    if (atEnd) {
+        if (sought <= m_film.first) {
+            m_shown = m_film.first;
+            return {};
+        }
+        if (m_back <= 0.0)
+            m_target = std::min(m_target, m_film.end);
+        m_back = furtherBack(m_back, m_film.frame);
+        return seek(m_target - m_back);
+    }
+    const bool late = here > std::max(sought, m_film.first) + m_film.frame - seekTolerance + jitter;
+    const bool moved = !m_lateLanding || here < *m_lateLanding - jitter;
+    constexpr double farthestOffset = 64.0;
+    if (late && moved && m_demuxerOffset < farthestOffset) {
+        m_lateLanding = here;
+        m_demuxerOffset = std::max(1.0, 4.0 * m_demuxerOffset);
+        return seek(sought);
+    }
+    m_shown = here;
+    return m_paused && here < m_target - seekTolerance - jitter ? step() : SearchCommand{};
+}
+
+SearchCommand PictureSearch::stepLanded(double here, bool atEnd)
+{
+    if (atEnd) {
+        m_film.last = m_shown;
+        return {};
+    }
+    m_shown = here;
+    const bool there = m_goal == SeekTo::NextPicture || here >= m_target - seekTolerance - jitter;
+    return there ? SearchCommand{} : step();
+}
+
+SearchCommand PictureSearch::seekBefore()
+{
+    if (m_back > 0.0 && m_origin - m_back <= m_film.first) {
+        // There is no picture before: back to the one that was shown.
+        m_goal = SeekTo::Time;
+        m_target = m_origin;
+        return seekTarget();
+    }
+    m_back = m_back > 0.0 ? furtherBack(m_back, m_film.frame) : 3.0 * m_film.frame;
+    const SearchCommand before = seek(m_origin - m_back);
+    m_phase = Phase::SeekingBefore;
+    return before;
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "player/graph.h"
+
+#include <optional>
+
+/// What is known of the film's pictures. Times are the core's, in seconds.
+struct FilmTimes {
+    double first = 0.0;               ///< of the first picture
+    double end = 0.0;                 ///< of the end of the film
+    double frame = 0.0;               ///< average distance of two pictures; 0 for a film without pictures
+    std::optional<double> last = {};  ///< of the last picture, once somebody got there
+};
+
+/// What the player core is to do next.
+struct SearchCommand {
+    enum Kind { Done, Seek, StepForward, StepBack };
+    Kind kind = Done;
+    double seconds = 0.0;        ///< of a seek: its target
+    double demuxerOffset = 0.0;  ///< of a seek: how much earlier the demuxer starts
+};
+
+/// The way from the picture on the screen to the one that is asked for, proven by picture times.
+///
+///  1. The next picture is one step, the previous one a step back; while paused, a time a few pictures ahead is
+///     stepped to as well, since that decodes those pictures only.
+///  2. Everything else is an exact seek, which shows the first picture that starts at most `seekTolerance` before
+///     the time asked for.
+///  3. A seek that lands late, as in transport and program streams, is repeated with the demuxer starting
+///     earlier, until it lands right or lands on the same picture twice, which then follows a gap.
+///  4. A seek that runs into the end of the film, where the core tells no picture's time, is repeated further
+///     back; from there the pictures are stepped through to the one asked for or to the last.
+///  5. A step back that lands nowhere before, or suspiciously far, is proven: from a seek before it the pictures
+///     are stepped through up to the one that was shown, and the last one before that is sought.
+class PictureSearch {
+public:
+    /// How much before the time asked for a picture may start and still be the one that is meant (seconds): more
+    /// than containers round times by, less than the distance of two pictures.
+    static constexpr double seekTolerance = 0.0025;
+
+    /// From the picture at `shown` to `goal`; `target` is the time asked for. `paused` allows stepping.
+    PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused);
+
+    /// The first command.
+    [[nodiscard]] SearchCommand start();
+
+    /// The next command after the one before has landed on the picture at `here`, or at the end of the film,
+    /// where `here` means nothing.
+    [[nodiscard]] SearchCommand landed(double here, bool atEnd);
+
+    /// Time of the picture that is on the screen when the search is done.
+    [[nodiscard]] double shown() const { return m_shown; }
+
+    /// Time of the film's last picture, if the search got there.
+    [[nodiscard]] std::optional<double> last() const { return m_film.last; }
+
+private:
+    enum class Phase { Seeking, Stepping, SteppingBack, SeekingBefore, SteppingUp };
+
+    [[nodiscard]] SearchCommand seek(double seconds);
+    [[nodiscard]] SearchCommand seekTarget();
+    [[nodiscard]] SearchCommand step();
+    [[nodiscard]] SearchCommand seekLanded(double here, bool atEnd);
+    [[nodiscard]] SearchCommand stepLanded(double here, bool atEnd);
+    [[nodiscard]] SearchCommand seekBefore();
+
+    FilmTimes m_film;
+    double m_shown;
+    double m_target;
+    SeekTo m_goal;
+    bool m_paused;
+
+    Phase m_phase = Phase::Seeking;
+    double m_demuxerOffset = 0.0;
+    std::optional<double> m_lateLanding;
+    double m_back = 0.0;      ///< how far before its target the last seek went
+    double m_origin = 0.0;    ///< the picture whose predecessor is looked for
+    double m_candidate = 0.0; ///< the latest picture seen before it
+};

@@ -1,0 +1,152 @@
+#include "mpv_player.h"
+
+#include "films/film_maker.h"
+#include "player/scene_marking.h"
+#include "player/transport.h"
+#include "util/numbers.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+// The number painted into each picture of a film is the witness of what is on the screen.
+
+class ExactnessTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyStepShowsTheNeighbour_data() { films(); }
+    void everyStepShowsTheNeighbour();
+    void aMarkedPictureComesBack_data() { films(); }
+    void aMarkedPictureComesBack();
+    void pausingNamesThePictureThatIsThere_data() { films(); }
+    void pausingNamesThePictureThatIsThere();
+    void theEndChangesNoFlagAndStepsBack_data() { films(); }
+    void theEndChangesNoFlagAndStepsBack();
+
+private:
+    static void films();
+    /// The frame counter names the shown picture; asked of films whose pictures are equally long.
+    void compareCounter(int number);
+
+    std::unique_ptr<MpvPlayer> m_player;
+    const FilmSpec *m_film = nullptr;
+    void open();
+};
+
+void ExactnessTest::films()
+{
+    QTest::addColumn<QString>("film");
+    for (const FilmSpec &film : standardFilms())
+        QTest::newRow(qPrintable(film.file)) << film.file;
+}
+
+void ExactnessTest::open()
+{
+    QFETCH(QString, film);
+    m_film = &standardFilm(film);
+    m_player.reset();
+    m_player = std::make_unique<MpvPlayer>();
+    m_player->openPaused(makeFilm(*m_film));
+    QVERIFY(OPENED);
+    QCOMPARE(m_player->shownNumber(), std::optional(0));
+}
+
+void ExactnessTest::compareCounter(int number)
+{
+    if (m_film->constantRate)
+        QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+}
+
+void ExactnessTest::everyStepShowsTheNeighbour()
+{
+    open();
+    constexpr int steps = 200;
+    for (int number = 1; number <= steps; ++number) {
+        m_player->stepForward();
+        QCOMPARE(m_player->shownNumber(), std::optional(number));
+        compareCounter(number);
+    }
+    for (int number = steps - 1; number >= 0; --number) {
+        m_player->stepBack();
+        QCOMPARE(m_player->shownNumber(), std::optional(number));
+        compareCounter(number);
+    }
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), std::optional(0));
+}
+
+void ExactnessTest::aMarkedPictureComesBack()
+{
+    open();
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    for (int round = 0; round < 12; ++round) {
+        m_player->seekTo(static_cast<MediaTime>(random.bounded(static_cast<double>(Duration))));
+        const std::optional<int> marked = m_player->shownNumber();
+        QVERIFY(marked);
+        compareCounter(*marked);
+        const QString start = sceneStartText(GetPosition());
+        m_player->seekTo(static_cast<MediaTime>(random.bounded(static_cast<double>(Duration))));
+        m_player->seekTo(truncatedToInt64(leadingNumber(start) * unitsPerSecond));
+        QCOMPARE(m_player->shownNumber(), marked);
+        compareCounter(*marked);
+    }
+}
+
+void ExactnessTest::pausingNamesThePictureThatIsThere()
+{
+    open();
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    for (int round = 0; round < 6; ++round) {
+        Play();
+        runEvents(random.bounded(100, 400));
+        Pause();
+        const MediaTime position = GetPosition();
+        runEvents(150);
+        QCOMPARE(GetPosition(), position);
+        const std::optional<int> shown = m_player->shownNumber();
+        QVERIFY(shown && *shown > 0);
+        compareCounter(*shown);
+        // Stepping goes on from the picture that is there.
+        m_player->stepForward();
+        QCOMPARE(m_player->shownNumber(), std::optional(*shown + 1));
+    }
+}
+
+void ExactnessTest::theEndChangesNoFlagAndStepsBack()
+{
+    open();
+    const int last = m_film->frames - 1;
+    m_player->seekTo(Duration - 1);
+    QCOMPARE(m_player->shownNumber(), std::optional(last));
+    m_player->stepForward();
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), std::optional(last));
+    compareCounter(last);
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), std::optional(last - 1));
+    compareCounter(last - 1);
+
+    Play();
+    runEvents(700);
+    QVERIFY(OPENED);
+    QVERIFY(!PAUSED);
+    QCOMPARE(m_player->shownNumber(), std::optional(last));
+    Pause();
+    compareCounter(last);
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), std::optional(last - 1));
+    // From the end a running film plays on from where it is put.
+    Play();
+    runEvents(400);
+    m_player->seekTo(0);
+    runEvents(300);
+    QVERIFY(GetPosition() > 0);
+    QVERIFY(GetPosition() < Duration / 2);
+}
+
+QTEST_MAIN(ExactnessTest)
+#include "exactness_test.moc"

@@ -1,0 +1,73 @@
+#include "mpv_player.h"
+
+#include "films/film_witness.h"
+#include "player/transport.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTest>
+
+MpvPlayer::MpvPlayer(std::unique_ptr<VideoSurface> (*makeSurface)(QWidget *))
+    : m_system(&m_panel, makeSurface(&m_panel))
+{
+    m_panel.resize(640, 360);
+    m_panel.show();
+    initializeEngine(m_system, *this);
+}
+
+MpvPlayer::~MpvPlayer()
+{
+    releaseEngine();
+}
+
+void MpvPlayer::openPaused(const QString &path)
+{
+    Open(path);
+    Pause();
+    seekTo(0);
+}
+
+bool MpvPlayer::settle()
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (m_system.session() && !m_system.session()->isSettled()) {
+        if (waited.elapsed() > 10'000)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    }
+    // What was drawn last is shown with the next turn of the event loop.
+    QCoreApplication::processEvents();
+    return true;
+}
+
+void MpvPlayer::stepForward()
+{
+    SetPosition(steppedPosition(GetPosition(), unitsPerSecond / fps, Duration), SeekTo::NextPicture);
+    QVERIFY(settle());
+}
+
+void MpvPlayer::stepBack()
+{
+    SetPosition(steppedPosition(GetPosition(), -unitsPerSecond / fps, Duration), SeekTo::PreviousPicture);
+    QVERIFY(settle());
+}
+
+void MpvPlayer::seekTo(MediaTime time)
+{
+    SetPosition(time);
+    QVERIFY(settle());
+}
+
+std::optional<int> MpvPlayer::shownNumber()
+{
+    return paintedFrameNumber(m_system.surface().picture());
+}
+
+void runEvents(int milliseconds)
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (waited.elapsed() < milliseconds)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, milliseconds - static_cast<int>(waited.elapsed()));
+}
