@@ -83,7 +83,7 @@ public:
     {
         const bool number = orientation == Qt::Vertical;
         if (role == Qt::TextAlignmentRole)
-            return QVariant::fromValue(Qt::AlignVCenter | (number ? Qt::AlignRight : Qt::AlignLeft));
+            return QVariant::fromValue(Qt::AlignVCenter | (number ? Qt::AlignHCenter : Qt::AlignLeft));
         if (role != Qt::DisplayRole)
             return {};
         return number ? cells.cell(0, section + 1) : cells.cell(section + 1, 0);
