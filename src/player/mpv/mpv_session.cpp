@@ -28,7 +28,7 @@ constexpr auto endCheckInterval = std::chrono::milliseconds(80);
 /// A command that has not landed by then is taken as landed where the core stands.
 constexpr auto longestWait = std::chrono::seconds(5);
 
-constexpr std::array<std::pair<const char *, const char *>, 31> coreOptions{{
+constexpr std::array<std::pair<const char *, const char *>, 32> coreOptions{{
     // Nothing of the user's own player set-up, and nothing written.
     {"config", "no"},
     {"load-scripts", "no"},
@@ -62,6 +62,7 @@ constexpr std::array<std::pair<const char *, const char *>, 31> coreOptions{{
     // Sound at every speed of the track bar, and a clock where there is no sound device.
     {"af", "scaletempo2=min-speed=0.05:max-speed=8"},
     {"audio-fallback-to-null", "yes"},
+    {"ao", "pulse,pipewire,alsa"},
     {"audio-client-name", "Таврин"},
     {"gapless-audio", "no"},
 }};
