@@ -55,6 +55,7 @@ private Q_SLOTS:
     void cancellingTheDialogChangesNothing();
     void theFirstOpenBuildsTheGraphTwice();
     void anUnreadableListKeepsTheVideoBefore();
+    void aPartlyReadListReplacesNoFile();
     void theOpenedVideoIsShown();
     void everyStepReachesTheEngine_data();
     void everyStepReachesTheEngine();
@@ -186,6 +187,31 @@ void MainWindowTest::anUnreadableListKeepsTheVideoBefore()
     QFile unreadable(second + ".scenes");
     QVERIFY(unreadable.open(QIODevice::ReadOnly));
     QVERIFY(unreadable.readAll().contains("A & B"));
+}
+
+void MainWindowTest::aPartlyReadListReplacesNoFile()
+{
+    openVideo();
+    Form3->StringGrid1->setCell(0, 1, "1");
+    press(QKeySequence("Ctrl+S"));
+    const auto bytesOf = [](const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray saved = bytesOf(m_film + ".scenes");
+    QVERIFY(!saved.isEmpty());
+
+    const QString second = m_folder->filePath("второй.avi");
+    const QByteArray nested = "<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>";
+    writeFile(second, "film");
+    writeFile(second + ".scenes", nested);
+    setOpenDialogAnswer([&] { return std::optional(second); });
+    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
+    QTRY_COMPARE(m_boxes.size(), 1);
+    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("A"));
+    press(QKeySequence("Ctrl+S"));
+    QCOMPARE(bytesOf(m_film + ".scenes"), saved);
+    QCOMPARE(bytesOf(second + ".scenes"), nested);
 }
 
 void MainWindowTest::theOpenedVideoIsShown()
