@@ -2,6 +2,7 @@
 
 #include "app/application.h"
 #include "app/main_window.h"
+#include "help/about_box.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
@@ -22,6 +23,7 @@ int runProgram(int argc, char **argv)
         TForm1 mainWindow;
         Form2 = new TForm2(&mainWindow);
         Form3 = new TForm3(&mainWindow);
+        AboutBox = new TAboutBox(&mainWindow);
         mainWindow.show();
         TApplication::exec();
     } catch (const std::exception &error) {

@@ -3,6 +3,8 @@
 #include "app/application.h"
 #include "app/main_window.h"
 #include "app/progress_bar.h"
+#include "help/about_box.h"
+#include "help/help_commands.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
@@ -68,6 +70,7 @@ private Q_SLOTS:
     void progressBarSeeksAndHints();
     void tickShowsPositionAndFrame();
     void fittingKeepsToTheScreen();
+    void helpIsAskedOfTheDesktop();
     void marksFillTheDialog();
     void anEndBeforeTheStartBeeps();
     void uncaughtErrorsAreShownAndTheProgramGoesOn();
@@ -395,6 +398,28 @@ void MainWindowTest::fittingKeepsToTheScreen()
     m_window->Timer2Timer();
     QVERIFY(m_window->isMaximized());
     QVERIFY(!m_window->Timer2->isActive());
+}
+
+void MainWindowTest::helpIsAskedOfTheDesktop()
+{
+    QStringList asked;
+    setShellOpenAnswer([&](const QString &address) { asked << address; });
+    press(QKeySequence("F1"));
+    press(QKeySequence("Shift+F1"));
+    setShellOpenAnswer({});
+    QCOMPARE(asked.size(), 2);
+    QCOMPARE(asked[0], inApplicationFolder("Tavrin.chm"));
+    QVERIFY(asked[1].startsWith("https://"));
+
+    AboutBox = new TAboutBox(m_window.get());
+    bool shown = false;
+    QTimer::singleShot(200, AboutBox, [&] {
+        shown = AboutBox->isVisible() && AboutBox->isModal();
+        QTest::keyClick(AboutBox, Qt::Key_Return);
+    });
+    press(QKeySequence("Ctrl+F1"));
+    QVERIFY(shown);
+    QVERIFY(!AboutBox->isVisible());
 }
 
 void MainWindowTest::marksFillTheDialog()
