@@ -6,8 +6,11 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
+#include "widgets/icons.h"
 #include "widgets/message_box.h"
 #include "widgets/style_manager.h"
+
+#include <QTimer>
 
 #include <exception>
 
@@ -25,6 +28,8 @@ int runProgram(int argc, char **argv)
         Form3 = new TForm3(&mainWindow);
         AboutBox = new TAboutBox(&mainWindow);
         mainWindow.show();
+        // The icon is for the frame and the task bar, which can wait for the window itself.
+        QTimer::singleShot(0, &application, [] { TApplication::setWindowIcon(icon("tavrin")); });
         TApplication::exec();
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));
