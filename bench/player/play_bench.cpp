@@ -58,7 +58,7 @@ int main(int argc, char *argv[])
     for (int run = 0; run < runs; ++run) {
         QProcess program;
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        program.start(QCoreApplication::applicationDirPath() + "/play_host", {film});
+        program.start(QCoreApplication::applicationDirPath() + "/../bin/play_host", {film});
         if (!program.waitForReadyRead())
             qFatal("the program does not play");
         const QList<QByteArray> size = program.readLine().simplified().split(' ');

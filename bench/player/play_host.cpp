@@ -3,7 +3,6 @@
 
 #include "app/main_window.h"
 #include "app/start_up.h"
-#include "util/application_folder.h"
 #include "widgets/open_dialog.h"
 
 #include <QApplication>
@@ -14,18 +13,24 @@
 
 namespace {
 
+void tellPictureSize()
+{
+    std::printf("%d %d\n", Form1->Panel3->width(), Form1->Panel3->height());
+    std::fflush(stdout);
+}
+
 void openFilm()
 {
-    QTimer::singleShot(0, qApp, [] {
-        CurPath = QApplication::applicationDirPath() + QStringLiteral("/../bin");
-        setOpenDialogAnswer([] { return QApplication::arguments().at(1); });
-        Form1->N3Click();
-        constexpr std::chrono::seconds fitted(4);
-        QTimer::singleShot(fitted, qApp, [] {
-            std::printf("%d %d\n", Form1->Panel3->width(), Form1->Panel3->height());
-            std::fflush(stdout);
-        });
-    });
+    // The main window is shown last, right before the message loop.
+    if (!Form1 || !Form1->isVisible()) {
+        constexpr std::chrono::milliseconds again(20);
+        QTimer::singleShot(again, qApp, &openFilm);
+        return;
+    }
+    setOpenDialogAnswer([] { return QApplication::arguments().at(1); });
+    Form1->N3Click();
+    constexpr std::chrono::seconds fitted(4);
+    QTimer::singleShot(fitted, qApp, &tellPictureSize);
 }
 
 } // namespace
