@@ -73,7 +73,7 @@ int main(int argc, char *argv[])
         const MediaTime next = steppedPosition(GetPosition(), unitsPerSecond / fps, Duration);
         stepTimes.ours.push_back(drawingTime(player, drawnAt, next, SeekTo::NextPicture));
         if (player.shownNumber() != stepsFrom + step)
-            qFatal("step %d shows picture %d", step, player.shownNumber().value_or(-1));
+            qFatal("step %d shows picture %d", step, player.shownNumber());
         runEvents(restMilliseconds);
         stepTimes.bare.push_back(bare.stepForward());
     }
@@ -90,7 +90,7 @@ int main(int argc, char *argv[])
         seekTimes.ours.push_back(
             drawingTime(player, drawnAt, static_cast<MediaTime>(seconds * unitsPerSecond), SeekTo::Time));
         if (player.shownNumber() != number)
-            qFatal("the seek to picture %d shows picture %d", number, player.shownNumber().value_or(-1));
+            qFatal("the seek to picture %d shows picture %d", number, player.shownNumber());
         runEvents(restMilliseconds);
         seekTimes.bare.push_back(bare.seek(seconds));
     }
