@@ -732,6 +732,8 @@ QSize SmokyStyle::sizeFromContents(ContentsType type, const QStyleOption *option
         const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
         if (item && item->menuItemType != QStyleOptionMenuItem::Separator)
             size.setHeight(std::max(item->fontMetrics.height() + 9, 22));
+    } else if (type == CT_PushButton) {
+        size.rwidth() += 10;
     }
     return size;
 }

@@ -59,9 +59,9 @@ void MpvPlayer::seekTo(MediaTime time)
     QVERIFY(settle());
 }
 
-std::optional<int> MpvPlayer::shownNumber()
+int MpvPlayer::shownNumber()
 {
-    return paintedFrameNumber(m_system.surface().picture());
+    return paintedFrameNumber(m_system.surface().picture()).value_or(-1);
 }
 
 void runEvents(int milliseconds)

@@ -197,9 +197,9 @@ void MpvSession::readVideoParameters()
 Status MpvSession::run()
 {
     m_wantPaused = false;
-    if (std::exchange(m_silent, false))
-        setString("aid", "auto");
-    applyPause();
+    // A search for a picture ends before the film runs on from it.
+    if (!m_search)
+        applyPause();
     return statusOk;
 }
 
@@ -207,10 +207,12 @@ Status MpvSession::pause()
 {
     m_wantPaused = true;
     applyPause();
-    if (m_search || m_film.frame <= 0.0)
+    if (m_search)
         return statusOk;
     const double told = number("time-pos").value_or(m_shown);
-    if (m_film.last)
+    if (m_film.frame <= 0.0)
+        m_shown = told;
+    else if (m_film.last)
         m_shown = std::min(told, *m_film.last);
     else if (flag("eof-reached") || picturesHaveStopped())
         // Once the pictures have ended the core tells the sound's time; the picture that is there has to be found.
@@ -236,8 +238,11 @@ void MpvSession::stop()
 void MpvSession::applyPause()
 {
     // A step pauses by itself when it lands, which then applies what is wanted.
-    if (m_underWay != SearchCommand::StepForward && m_underWay != SearchCommand::StepBack)
-        setFlag("pause", m_wantPaused);
+    if (m_underWay == SearchCommand::StepForward || m_underWay == SearchCommand::StepBack)
+        return;
+    if (!m_wantPaused && std::exchange(m_silent, false))
+        setString("aid", "auto");
+    setFlag("pause", m_wantPaused);
 }
 
 Status MpvSession::setRate(double rate)
