@@ -87,7 +87,7 @@ int main(int argc, char *argv[])
             return drawingTime(player, drawnAt, next, SeekTo::NextPicture);
         });
         if (player.shownNumber() != stepsFrom + step)
-            qFatal("step %d shows picture %d", step, player.shownNumber().value_or(-1));
+            qFatal("step %d shows picture %d", step, player.shownNumber());
         bareSteps.measure([&] { return bare.stepForward(); });
     }
     report("step_forward_vs_mpv", ourSteps, bareSteps);
@@ -115,7 +115,7 @@ int main(int argc, char *argv[])
             seekOurs();
         }
         if (player.shownNumber() != number)
-            qFatal("the seek to picture %d shows picture %d", number, player.shownNumber().value_or(-1));
+            qFatal("the seek to picture %d shows picture %d", number, player.shownNumber());
     }
     report("seek_vs_mpv", ourSeeks, bareSeeks);
     return EXIT_SUCCESS;
