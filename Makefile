@@ -12,7 +12,7 @@ test: deps
 
 bench: deps
 	scripts/build release -DTAVRIN_BENCH=ON
-	build/release/bench/bench
+	scripts/bench release
 
 deb:
 	scripts/make-deb

@@ -3,10 +3,18 @@
 #include "scenes/grid_cells.h"
 #include "scenes/scenes_binding.h"
 
+#include "util/user_error.h"
+
 #include <QByteArray>
 #include <QString>
 
 // The scenes file: the scene list as XML, kept beside its video.
+
+/// A scenes file could be read up to a scene: those before it are in the list, the others are what they were.
+class PartlyReadError : public UserError {
+public:
+    using UserError::UserError;
+};
 
 /// The name of the scenes file of the video at `videoPath`.
 [[nodiscard]] QString scenesFileOf(const QString &videoPath);
@@ -17,7 +25,7 @@
 [[nodiscard]] QByteArray scenesXml(const GridCells &list);
 
 /// Makes the scenes the list's rows; no scenes make it the empty list. A field that is exactly "0" becomes empty
-/// text. Throws UserError, with `fileName` in its text, at the first field that holds elements: rows before it are
+/// text. Throws PartlyReadError, with `fileName` in its text, at the first field that holds elements: rows before it are
 /// filled, those after it keep what they had.
 void fillList(GridCells &list, IXMLscenesType &scenes, const QString &fileName);
 

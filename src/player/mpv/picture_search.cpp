@@ -125,8 +125,10 @@ SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
     }
     const bool late = here > std::max(sought, m_film.first) + m_film.frame - seekTolerance + jitter;
     const bool moved = !m_lateLanding || here < *m_lateLanding - jitter;
+    // A demuxer that started that much earlier cannot have missed a picture in between.
+    const bool proven = !moved && m_demuxerOffset >= here - sought;
     constexpr double farthestOffset = 64.0;
-    if (late && moved && m_demuxerOffset < farthestOffset) {
+    if (late && !proven && m_demuxerOffset < farthestOffset) {
         m_lateLanding = here;
         m_demuxerOffset = std::max(1.0, 4.0 * m_demuxerOffset);
         return seek(sought);
