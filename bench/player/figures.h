@@ -8,5 +8,8 @@
 /// Milliseconds on the steady clock.
 [[nodiscard]] double steadyMilliseconds();
 
+/// Milliseconds of processor time, user's and system's, that this process has used.
+[[nodiscard]] double processorMilliseconds();
+
 /// One figure as "name value" on the standard output.
 void printFigure(const char *name, double value);

@@ -86,8 +86,8 @@ Sighting waitForPicture(MpvPlayer &player, int number)
         if (std::exchange(drawn, surface.picturesDrawn()) == surface.picturesDrawn())
             continue;
         const double now = steadyMilliseconds();
-        if (const auto shown = player.shownNumber(); shown && *shown >= number)
-            return {*shown, now};
+        if (const int shown = player.shownNumber(); shown >= number)
+            return {shown, now};
     }
     qFatal("picture %d does not come up", number);
 }
