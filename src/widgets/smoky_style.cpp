@@ -794,6 +794,8 @@ QIcon SmokyStyle::standardIcon(StandardPixmap pixmap, const QStyleOption *option
     case SP_ArrowBack:
         return icon("go-back");
     case SP_ArrowForward:
+    // Every menu bar asks for this one, and the framework's own makes it load all its picture formats.
+    case SP_ToolBarHorizontalExtensionButton:
         return icon("go-forward");
     case SP_FileDialogToParent:
         return icon("go-up");

@@ -202,9 +202,12 @@ void PictureSearchTest::aFilmWithoutPicturesOnlySeeks()
     const SearchCommand first = search.start();
     QVERIFY(first.kind == SearchCommand::Seek);
     QVERIFY(std::abs(first.seconds - 30.0) < 0.01);
-    QVERIFY(search.landed(30.0, false).kind == SearchCommand::Done);
+    // A core tells a time earlier by what its sound device has not played yet.
+    QVERIFY(search.landed(29.8, false).kind == SearchCommand::Done);
     QCOMPARE(search.shown(), 30.0);
-    QVERIFY(PictureSearch(sound, 30.0, 31.0, SeekTo::NextPicture, true).start().kind == SearchCommand::Done);
+    const SearchCommand step = PictureSearch(sound, 30.0, 30.04, SeekTo::NextPicture, true).start();
+    QVERIFY(step.kind == SearchCommand::Seek);
+    QVERIFY(std::abs(step.seconds - 30.04) < 0.01);
 }
 
 QTEST_APPLESS_MAIN(PictureSearchTest)

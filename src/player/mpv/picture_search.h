@@ -24,6 +24,7 @@ struct SearchCommand {
 ///
 ///  1. The next picture is one step, the previous one a step back; while paused, a time a few pictures ahead is
 ///     stepped to as well, since that decodes those pictures only.
+///     Without pictures every wish is a seek to its time.
 ///  2. Everything else is an exact seek, which shows the first picture that starts at most `seekTolerance` before
 ///     the time asked for.
 ///  3. A seek that lands late, as in transport and program streams, is repeated with the demuxer starting
