@@ -21,6 +21,7 @@ int runProgram(int argc, char **argv)
         QApplication::setFont(applicationFont());
         TStyleManager::TrySetStyle(QStringLiteral("Smokey Quartz Kamri"), true);
         TApplication::setApplicationName(QStringLiteral("Таврин"));
+        TApplication::setDesktopFileName(QStringLiteral("tavrin"));
 
         // The main window owns the others, which end with it.
         TForm1 mainWindow;
