@@ -1,6 +1,6 @@
 # Everything a person does with this tree, on a bare Debian 12.
 
-.PHONY: run test bench deps clean
+.PHONY: run test bench deb deps clean
 
 run: deps
 	scripts/build release
@@ -12,7 +12,10 @@ test: deps
 
 bench: deps
 	scripts/build release -DTAVRIN_BENCH=ON
-	build/release/bench/bench
+	scripts/bench release
+
+deb:
+	scripts/make-deb
 
 deps:
 	scripts/install-dependencies

@@ -1,11 +1,14 @@
 #include "app/main_window.h"
 
 #include "app/progress_bar.h"
+#include "help/about_box.h"
+#include "help/help_commands.h"
 #include "player/display_texts.h"
 #include "player/scene_marking.h"
 #include "player/transport.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
+#include "scenes/scenes_file.h"
 #include "util/application_folder.h"
 #include "util/numbers.h"
 #include "util/text_routines.h"
@@ -227,11 +230,11 @@ void TForm1::buildMenus()
     add(navigation, "rewind", QStringLiteral("Перемотать на начало"), K("Ctrl+R"), &TForm1::BitBtn1Click);
 
     QMenu *help = menuBar()->addMenu(QStringLiteral("Помощь"));
-    add(help, "help", QStringLiteral("Справка"), K("F1"), [] {});
+    add(help, "help", QStringLiteral("Справка"), K("F1"), &TForm1::N8Click);
     help->addSeparator();
-    add(help, "online-help", QStringLiteral("Сетевая справка (обновляется)"), K("Shift+F1"), [] {});
+    add(help, "online-help", QStringLiteral("Сетевая справка (обновляется)"), K("Shift+F1"), &TForm1::N10Click);
     help->addSeparator();
-    add(help, "about", QStringLiteral("О программе"), K("Ctrl+F1"), [] {});
+    add(help, "about", QStringLiteral("О программе"), K("Ctrl+F1"), &TForm1::N12Click);
 
     // No control shows this menu; its handlers are what the other commands call.
     PopupMenu1 = new QMenu(this);
@@ -268,6 +271,11 @@ void TForm1::N3Click()
     const QString previous = std::exchange(VideoPath, OpenDialog1.FileName);
     try {
         Form3->Open1Click();
+    } catch (const PartlyReadError &) {
+        // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
+        // it cannot replace the file of either.
+        Teardown();
+        throw;
     } catch (...) {
         // The list still belongs to the video before: saved under the new name it would replace the very file
         // that could not be read.
@@ -301,6 +309,23 @@ void TForm1::SQLite1Click()
 void TForm1::N7Click()
 {
     QApplication::quit();
+}
+
+// Help
+
+void TForm1::N8Click()
+{
+    openHelpFile();
+}
+
+void TForm1::N10Click()
+{
+    openOnlineHelp();
+}
+
+void TForm1::N12Click()
+{
+    AboutBox->exec();
 }
 
 void TForm1::closeEvent(QCloseEvent *event)

@@ -71,6 +71,10 @@ public:
     void SQLite1Click();
     void N7Click();
 
+    void N8Click();
+    void N10Click();
+    void N12Click();
+
     /// Scene start: describes a new scene that begins at the current position.
     void BitBtn10Click();
     /// Scene end: pauses and fills in the length; beeps if the end lies before the start.

@@ -2,11 +2,15 @@
 
 #include "app/application.h"
 #include "app/main_window.h"
+#include "help/about_box.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
+#include "widgets/icons.h"
 #include "widgets/message_box.h"
 #include "widgets/style_manager.h"
+
+#include <QTimer>
 
 #include <exception>
 
@@ -22,7 +26,10 @@ int runProgram(int argc, char **argv)
         TForm1 mainWindow;
         Form2 = new TForm2(&mainWindow);
         Form3 = new TForm3(&mainWindow);
+        AboutBox = new TAboutBox(&mainWindow);
         mainWindow.show();
+        // The icon is for the frame and the task bar, which can wait for the window itself.
+        QTimer::singleShot(0, &application, [] { TApplication::setWindowIcon(icon("tavrin")); });
         TApplication::exec();
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));

@@ -27,7 +27,12 @@ void TListBox::setItems(const QStringList &items)
     QStringList sorted = items;
     std::stable_sort(sorted.begin(), sorted.end(), collator);
     clear();
-    addItems(sorted);
+    constexpr int room = 4;
+    const QSize itemSize(0, fontMetrics().height() + room);
+    for (const QString &text : std::as_const(sorted)) {
+        auto *added = new QListWidgetItem(text, this);
+        added->setSizeHint(itemSize);
+    }
 }
 
 int TListBox::ItemIndex() const

@@ -6,8 +6,8 @@
 /// A list of texts of which at most one is chosen, kept sorted for a Russian reader: letter case does not matter, and
 /// equal texts keep the order they came in. Texts are shown and returned exactly as given.
 ///
-/// `Click` tells that the user has chosen an item, with mouse or keys, the chosen one again included, or has taken the
-/// choice back. Choices made by the program are not told.
+/// `Click` tells that the user has chosen an item, with mouse or keys, the chosen one again included, or has taken
+/// the choice back. Choices made by the program are not told.
 class TListBox : public QListWidget {
     Q_OBJECT
 

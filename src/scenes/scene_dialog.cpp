@@ -10,6 +10,7 @@
 #include "util/application_folder.h"
 #include "util/error_reason.h"
 #include "util/user_error.h"
+#include "widgets/icons.h"
 #include "widgets/message_box.h"
 
 #include <QApplication>
@@ -38,6 +39,8 @@ constexpr QSize clientSize(590, 564);
 constexpr int listWidth = 180;
 constexpr int numberEditWidth = 120;
 constexpr int buttonHeight = 27;
+/// Room for either caption, so that the button stays as it is between the two modes.
+constexpr int confirmWidth = 170;
 
 QStringList readTypeList()
 {
@@ -77,10 +80,6 @@ TForm2::TForm2(QWidget *owner)
 {
     setWindowTitle(QStringLiteral("Параметры сцены"));
     setObjectName(QStringLiteral("Form2"));
-    QFont tahoma = font();
-    tahoma.setFamily(QStringLiteral("Tahoma"));
-    tahoma.setPointSize(8);
-    setFont(tahoma);
 
     buildControls();
     buildLayout();
@@ -135,8 +134,9 @@ void TForm2::buildControls()
         });
         return field;
     };
-    const auto button = [this](const char *name, const QString &caption, void (TForm2::*handler)()) {
-        auto *control = new QPushButton(caption, this);
+    const auto button = [this](const char *name, const QString &caption, const char *iconName,
+                               void (TForm2::*handler)()) {
+        auto *control = new QPushButton(icon(iconName), caption, this);
         control->setObjectName(QLatin1String(name));
         control->setMinimumHeight(buttonHeight);
         connect(control, &QPushButton::clicked, this, handler);
@@ -160,10 +160,10 @@ void TForm2::buildControls()
     ComboBox1->setObjectName(QStringLiteral("ComboBox1"));
     ComboBox1->setAccessibleName(QStringLiteral("Картографический сервис"));
     ComboBox1->addItems(mapServices());
-    BitBtn2 = button("BitBtn2", QStringLiteral("Указать"), &TForm2::BitBtn2Click);
+    BitBtn2 = button("BitBtn2", QStringLiteral("Указать"), "map", &TForm2::BitBtn2Click);
     BitBtn2->setToolTip(
         QStringLiteral("Нажмите на кнопку чтобы открыть соответствующий картографический сервис"));
-    BitBtn5 = button("BitBtn5", QStringLiteral("Вставить"), &TForm2::BitBtn5Click);
+    BitBtn5 = button("BitBtn5", QStringLiteral("Вставить"), "paste", &TForm2::BitBtn5Click);
     BitBtn5->setToolTip(
         QStringLiteral("Скопируйте адресную строку браузера в буфер обмена и нажмите эту кнопку"));
 
@@ -182,10 +182,11 @@ void TForm2::buildControls()
     Edit7 = edit("Edit7", GroupBox2, Label7, QStringLiteral("Комментарий"),
                  QStringLiteral("Например: очень динамичная сцена"));
 
-    BitBtn1 = button("BitBtn1", addCaption, &TForm2::BitBtn1Click);
+    BitBtn1 = button("BitBtn1", addCaption, "add-scene", &TForm2::BitBtn1Click);
+    BitBtn1->setMinimumWidth(confirmWidth);
     BitBtn1->setDefault(true);
-    BitBtn3 = button("BitBtn3", QStringLiteral("Очистить"), &TForm2::BitBtn3Click);
-    BitBtn4 = button("BitBtn4", QStringLiteral("Закрыть"), &TForm2::BitBtn4Click);
+    BitBtn3 = button("BitBtn3", QStringLiteral("Очистить"), "clear", &TForm2::BitBtn3Click);
+    BitBtn4 = button("BitBtn4", QStringLiteral("Закрыть"), "close", &TForm2::BitBtn4Click);
 }
 
 void TForm2::buildLayout()
@@ -297,8 +298,8 @@ void TForm2::BitBtn1Click()
     });
     Form3->bringToFront();
     grid->showRow(row);
-    // The list comes up in front of everything but the dialog it was filled from, so that a second press of the button
-    // does not fall on the list.
+    // The list comes up in front of everything but the dialog it was filled from, so that a second press of the
+    // button does not fall on the list.
     if (isVisible())
         raise();
 }
@@ -342,12 +343,17 @@ void TForm2::describeNewScene(const QString &start)
     ListBox2->setItems({});
     ListBox1->setItemIndex(-1);
     BitBtn1->setText(addCaption);
+    BitBtn1->setIcon(icon("add-scene"));
+    focusFirst();
     bringUp();
 }
 
 void TForm2::showLength(const QString &length)
 {
     Edit2->setText(length);
+    // Who is describing the scene meanwhile goes on where they are.
+    if (!isVisible())
+        focusFirst();
     bringUp();
 }
 
@@ -373,6 +379,8 @@ void TForm2::fillForEditing(const Scene &scene)
     Edit8->setText(scene.latitude);
     Edit9->setText(scene.longitude);
     BitBtn1->setText(saveCaption);
+    BitBtn1->setIcon(icon("save-changes"));
+    focusFirst();
 }
 
 void TForm2::bringUp()
@@ -388,6 +396,10 @@ void TForm2::present()
     show();
     raise();
     activateWindow();
+}
+
+void TForm2::focusFirst()
+{
     if (ListBox1->ItemIndex() < 0)
         ListBox1->setFocus();
     else

@@ -24,8 +24,8 @@ class TForm2 : public QDialog {
     Q_OBJECT
 
 public:
-    /// Builds the hidden dialog and reads the scene type list from the application folder; sets `Form2`. `owner` is the
-    /// main window. Throws UserError, with the file and the reason, if the type list cannot be read.
+    /// Builds the hidden dialog and reads the scene type list from the application folder; sets `Form2`. `owner` is
+    /// the main window. Throws UserError, with the file and the reason, if the type list cannot be read.
     explicit TForm2(QWidget *owner);
     ~TForm2() override;
 
@@ -38,8 +38,11 @@ public:
     void BitBtn4Click();
     void BitBtn5Click();
 
-    /// Empties the dialog for a new scene that begins at `start` (seconds), puts it into the mode that adds, and shows
-    /// it.
+    // A scene that the dialog is given anew has the keyboard's focus in the type list while it has no type, else in
+    // the title.
+
+    /// Empties the dialog for a new scene that begins at `start` (seconds), puts it into the mode that adds, and
+    /// shows it.
     void describeNewScene(const QString &start);
 
     /// Takes over the scene's length (seconds), leaves all else as it is, and shows the dialog.
@@ -49,8 +52,7 @@ public:
     /// does not have are left without a choice.
     void fillForEditing(const Scene &scene);
 
-    /// Shows the dialog above the other windows, where the user has it or centred on its owner, with the keyboard's
-    /// focus in it: in the type list while no type is chosen, else in the title.
+    /// Shows the dialog above the other windows, active, where the user has it or else centred on its owner.
     void bringUp();
 
     /// Shows it likewise for a click at `pointer` (global), but does not come under the pointer while the click may
@@ -81,6 +83,7 @@ private:
     [[nodiscard]] QRect frameToShow() const;
     [[nodiscard]] QRect screenOfOwner() const;
     void present();
+    void focusFirst();
 
     QTimer *afterDoubleClick;
 };

@@ -4,6 +4,7 @@
 #include "scenes/scene.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scenes_file.h"
+#include "widgets/icons.h"
 
 #include <QAction>
 #include <QContextMenuEvent>
@@ -60,10 +61,6 @@ TForm3::TForm3(QWidget *owner)
     setObjectName(QStringLiteral("Form3"));
     // The list shows itself beside the work that goes on in another window.
     setAttribute(Qt::WA_ShowWithoutActivating);
-    QFont tahoma = font();
-    tahoma.setFamily(QStringLiteral("Tahoma"));
-    tahoma.setPointSize(8);
-    setFont(tahoma);
 
     StringGrid1->setObjectName(QStringLiteral("StringGrid1"));
     StringGrid1->setAccessibleName(windowTitle());
@@ -97,21 +94,22 @@ TForm3::~TForm3()
 
 void TForm3::buildMenus()
 {
-    const auto command = [this](QMenu *menu, const char *name, const QString &caption, void (TForm3::*handler)()) {
-        auto *action = new QAction(caption, this);
+    const auto command = [this](QMenu *menu, const char *name, const QString &caption, const char *iconName,
+                                void (TForm3::*handler)()) {
+        auto *action = new QAction(icon(iconName), caption, this);
         action->setObjectName(QLatin1String(name));
         connect(action, &QAction::triggered, this, handler);
         menu->addAction(action);
         return action;
     };
     PopupMenu1 = new QMenu(this);
-    Save1 = command(PopupMenu1, "Save1", QStringLiteral("Save"), &TForm3::Save1Click);
-    Open1 = command(PopupMenu1, "Open1", QStringLiteral("Open"), &TForm3::Open1Click);
-    N13 = command(PopupMenu1, "N13", QStringLiteral("Сортировка записей"), &TForm3::N13Click);
+    Save1 = command(PopupMenu1, "Save1", QStringLiteral("Save"), "save", &TForm3::Save1Click);
+    Open1 = command(PopupMenu1, "Open1", QStringLiteral("Open"), "open", &TForm3::Open1Click);
+    N13 = command(PopupMenu1, "N13", QStringLiteral("Сортировка записей"), "sort", &TForm3::N13Click);
     PopupMenu2 = new QMenu(this);
-    N10 = command(PopupMenu2, "N10", QStringLiteral("Удалить запись"), &TForm3::N10Click);
+    N10 = command(PopupMenu2, "N10", QStringLiteral("Удалить запись"), "delete-row", &TForm3::N10Click);
     N11 = PopupMenu2->addSeparator();
-    N12 = command(PopupMenu2, "N12", QStringLiteral("Очистить таблицу"), &TForm3::N12Click);
+    N12 = command(PopupMenu2, "N12", QStringLiteral("Очистить таблицу"), "clear-table", &TForm3::N12Click);
 
     // A list longer than its window has no place without a row under the pointer, so the rows offer everything.
     rowMenu = new QMenu(this);

@@ -143,7 +143,7 @@ void TXMLDocument::LoadFromXML(const QByteArray &xml, const QString &fileName)
     if (reader.hasError()) {
         QString reason = QStringLiteral("строка %1, позиция %2: %3")
                              .arg(QString::number(reader.lineNumber()), QString::number(reader.columnNumber()),
-                                  reader.errorString());
+                                  reader.errorString().replace(QChar::Null, QChar::ReplacementCharacter));
         if (reader.error() == QXmlStreamReader::NotWellFormedError) {
             reason += QStringLiteral("\n\nЧаще всего мешают знаки «&» и «<» в тексте сцены: замените их в файле "
                                      "текстовым редактором и откройте видео снова.");

@@ -74,8 +74,8 @@ void fillList(GridCells &list, IXMLscenesType &scenes, const QString &fileName)
                 list.setCell(column++, row, text == QLatin1String("0") ? QString() : text);
             }
         } catch (const UserError &error) {
-            throw UserError(QStringLiteral("Список сцен из файла «%1» прочитан не весь: в сцене %2 %3")
-                                .arg(fileName, QString::number(row), error.text()));
+            throw PartlyReadError(QStringLiteral("Список сцен из файла «%1» прочитан не весь: в сцене %2 %3")
+                                      .arg(fileName, QString::number(row), error.text()));
         }
     }
 }

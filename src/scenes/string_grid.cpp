@@ -45,7 +45,7 @@ protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
-        constexpr qreal tint = 0.3;
+        constexpr qreal tint = 0.4;
         if (index.row() + 1 == view->Row() && !option->state.testFlag(QStyle::State_Selected)) {
             const QPalette &palette = option->palette;
             option->backgroundBrush = blended(palette.color(QPalette::Active, QPalette::Highlight),
@@ -208,6 +208,8 @@ void TStringGrid::setColWidth(int column, int width)
 
 void TStringGrid::showRow(int row)
 {
+    // Rows that have just been added count for the scroll bars only after this.
+    updateGeometries();
     scrollTo(gridModel->index(row - 1, std::max(columnAt(0), 0)));
 }
 
@@ -290,7 +292,10 @@ void TStringGrid::contextMenuEvent(QContextMenuEvent *event)
 {
     event->accept();
     if (event->reason() == QContextMenuEvent::Mouse) {
-        Q_EMIT ContextPopup(event->globalPos(), indexAt(event->pos()).isValid());
+        // The headers pass the event on to here, in their own place.
+        const QPoint position = viewport()->mapFromGlobal(event->globalPos());
+        const bool onRow = viewport()->rect().contains(position) && indexAt(position).isValid();
+        Q_EMIT ContextPopup(event->globalPos(), onRow);
         return;
     }
     showRow(Row());

@@ -40,8 +40,8 @@ public:
 
     [[nodiscard]] const GridCells &cells() const { return texts; }
 
-    /// Runs `operation` on the cells and shows what has become of them as one change, however many cells that touches.
-    /// If it throws, what it had changed until then is shown and the exception goes on.
+    /// Runs `operation` on the cells and shows what has become of them as one change, however many cells that
+    /// touches. If it throws, what it had changed until then is shown and the exception goes on.
     void change(const std::function<void(GridCells &cells)> &operation);
 
     /// Scrolls to `row`, which does not become the current one.

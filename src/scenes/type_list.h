@@ -4,9 +4,9 @@
 #include <QString>
 #include <QStringList>
 
-// The scene type list: a text of lines that gives a hierarchy of three levels by leading TABs. A line without one is a
-// type, with one a subtype of the nearest type above it, with two a lasttype of the nearest subtype above it. An empty
-// line belongs to nothing and ends the block it stands in.
+// The scene type list: a text of lines that gives a hierarchy of three levels by leading TABs. A line without one is
+// a type, with one a subtype of the nearest type above it, with two a lasttype of the nearest subtype above it. An
+// empty line belongs to nothing and ends the block it stands in.
 
 /// The lines of `text`, which end in CR LF, LF or CR.
 [[nodiscard]] QStringList linesOf(const QString &text);

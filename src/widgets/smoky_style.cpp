@@ -732,6 +732,8 @@ QSize SmokyStyle::sizeFromContents(ContentsType type, const QStyleOption *option
         const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
         if (item && item->menuItemType != QStyleOptionMenuItem::Separator)
             size.setHeight(std::max(item->fontMetrics.height() + 9, 22));
+    } else if (type == CT_PushButton) {
+        size.rwidth() += 10;
     }
     return size;
 }
@@ -792,6 +794,8 @@ QIcon SmokyStyle::standardIcon(StandardPixmap pixmap, const QStyleOption *option
     case SP_ArrowBack:
         return icon("go-back");
     case SP_ArrowForward:
+    // Every menu bar asks for this one, and the framework's own makes it load all its picture formats.
+    case SP_ToolBarHorizontalExtensionButton:
         return icon("go-forward");
     case SP_FileDialogToParent:
         return icon("go-up");

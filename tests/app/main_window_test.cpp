@@ -3,6 +3,8 @@
 #include "app/application.h"
 #include "app/main_window.h"
 #include "app/progress_bar.h"
+#include "help/about_box.h"
+#include "help/help_commands.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
@@ -55,6 +57,7 @@ private Q_SLOTS:
     void cancellingTheDialogChangesNothing();
     void theFirstOpenBuildsTheGraphTwice();
     void anUnreadableListKeepsTheVideoBefore();
+    void aPartlyReadListReplacesNoFile();
     void theOpenedVideoIsShown();
     void everyStepReachesTheEngine_data();
     void everyStepReachesTheEngine();
@@ -67,6 +70,7 @@ private Q_SLOTS:
     void progressBarSeeksAndHints();
     void tickShowsPositionAndFrame();
     void fittingKeepsToTheScreen();
+    void helpIsAskedOfTheDesktop();
     void marksFillTheDialog();
     void anEndBeforeTheStartBeeps();
     void uncaughtErrorsAreShownAndTheProgramGoesOn();
@@ -186,6 +190,31 @@ void MainWindowTest::anUnreadableListKeepsTheVideoBefore()
     QFile unreadable(second + ".scenes");
     QVERIFY(unreadable.open(QIODevice::ReadOnly));
     QVERIFY(unreadable.readAll().contains("A & B"));
+}
+
+void MainWindowTest::aPartlyReadListReplacesNoFile()
+{
+    openVideo();
+    Form3->StringGrid1->setCell(0, 1, "1");
+    press(QKeySequence("Ctrl+S"));
+    const auto bytesOf = [](const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray saved = bytesOf(m_film + ".scenes");
+    QVERIFY(!saved.isEmpty());
+
+    const QString second = m_folder->filePath("второй.avi");
+    const QByteArray nested = "<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>";
+    writeFile(second, "film");
+    writeFile(second + ".scenes", nested);
+    setOpenDialogAnswer([&] { return std::optional(second); });
+    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
+    QTRY_COMPARE(m_boxes.size(), 1);
+    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("A"));
+    press(QKeySequence("Ctrl+S"));
+    QCOMPARE(bytesOf(m_film + ".scenes"), saved);
+    QCOMPARE(bytesOf(second + ".scenes"), nested);
 }
 
 void MainWindowTest::theOpenedVideoIsShown()
@@ -369,6 +398,28 @@ void MainWindowTest::fittingKeepsToTheScreen()
     m_window->Timer2Timer();
     QVERIFY(m_window->isMaximized());
     QVERIFY(!m_window->Timer2->isActive());
+}
+
+void MainWindowTest::helpIsAskedOfTheDesktop()
+{
+    QStringList asked;
+    setShellOpenAnswer([&](const QString &address) { asked << address; });
+    press(QKeySequence("F1"));
+    press(QKeySequence("Shift+F1"));
+    setShellOpenAnswer({});
+    QCOMPARE(asked.size(), 2);
+    QCOMPARE(asked[0], inApplicationFolder("Tavrin.chm"));
+    QVERIFY(asked[1].startsWith("https://"));
+
+    AboutBox = new TAboutBox(m_window.get());
+    bool shown = false;
+    QTimer::singleShot(200, AboutBox, [&] {
+        shown = AboutBox->isVisible() && AboutBox->isModal();
+        QTest::keyClick(AboutBox, Qt::Key_Return);
+    });
+    press(QKeySequence("Ctrl+F1"));
+    QVERIFY(shown);
+    QVERIFY(!AboutBox->isVisible());
 }
 
 void MainWindowTest::marksFillTheDialog()

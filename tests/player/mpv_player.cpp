@@ -5,7 +5,9 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QTest>
+#include <QTimer>
 
 MpvPlayer::MpvPlayer(std::unique_ptr<VideoSurface> (*makeSurface)(QWidget *))
     : m_system(&m_panel, makeSurface(&m_panel))
@@ -31,10 +33,13 @@ bool MpvPlayer::settle()
 {
     QElapsedTimer waited;
     waited.start();
+    // Given a time limit, processEvents() would run through and take the decoder's processor.
+    QTimer alarm;
+    alarm.start(20);
     while (m_system.session() && !m_system.session()->isSettled()) {
         if (waited.elapsed() > 10'000)
             return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     // What was drawn last is shown with the next turn of the event loop.
     QCoreApplication::processEvents();
@@ -59,15 +64,14 @@ void MpvPlayer::seekTo(MediaTime time)
     QVERIFY(settle());
 }
 
-std::optional<int> MpvPlayer::shownNumber()
+int MpvPlayer::shownNumber()
 {
-    return paintedFrameNumber(m_system.surface().picture());
+    return paintedFrameNumber(m_system.surface().picture()).value_or(-1);
 }
 
 void runEvents(int milliseconds)
 {
-    QElapsedTimer waited;
-    waited.start();
-    while (waited.elapsed() < milliseconds)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, milliseconds - static_cast<int>(waited.elapsed()));
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
 }

@@ -5,8 +5,6 @@
 
 #include <QWidget>
 
-#include <optional>
-
 /// The engine on libmpv in a panel of its own, as the main window uses it, without the main window. Sound goes
 /// nowhere unless a sound server is there.
 class MpvPlayer final : public PlayerDisplay {
@@ -28,8 +26,8 @@ public:
     void stepBack();
     void seekTo(MediaTime time);
 
-    /// The number painted into the picture that is on the surface.
-    [[nodiscard]] std::optional<int> shownNumber();
+    /// The number painted into the picture that is on the surface; -1 if it carries none.
+    [[nodiscard]] int shownNumber();
 
     [[nodiscard]] MpvGraphSystem &system() { return m_system; }
 

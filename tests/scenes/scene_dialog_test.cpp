@@ -2,6 +2,7 @@
 
 #include "util/application_folder.h"
 #include "util/user_error.h"
+#include "widgets/application_font.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -48,6 +49,7 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_windows.reset(); }
     void withoutATypeListThereIsNoDialog();
+    void everyCaptionIsWholeInTheFixedWindow_data();
     void everyCaptionIsWholeInTheFixedWindow();
     void typesAreSortedForAReader();
     void choosingFillsTheListsBelow();
@@ -98,8 +100,17 @@ void SceneDialogTest::withoutATypeListThereIsNoDialog()
         QCOMPARE(SceneWindows(empty).dialog->ListBox1->count(), 0);
 }
 
+void SceneDialogTest::everyCaptionIsWholeInTheFixedWindow_data()
+{
+    QTest::addColumn<QFont>("font");
+    QTest::newRow("the program's") << applicationFont();
+    QTest::newRow("a wide one") << QFont("DejaVu Sans", 8);
+}
+
 void SceneDialogTest::everyCaptionIsWholeInTheFixedWindow()
 {
+    QFETCH(QFont, font);
+    m_dialog->setFont(font);
     m_dialog->bringUp();
     QCOMPARE(m_dialog->windowTitle(), QString("Параметры сцены"));
     QCOMPARE(m_dialog->minimumSize(), QSize(590, 564));
@@ -159,11 +170,13 @@ void SceneDialogTest::aPressAddsARow()
 
     m_dialog->Edit2->setText("3.33");
     clickItem(m_dialog->ListBox1, "Диалог");
-    const QList<std::pair<QLineEdit *, QString>> texts{
-        {m_dialog->Edit3, "название"}, {m_dialog->Edit4, "герои"}, {m_dialog->Edit5, "место"}, {m_dialog->Edit6, "лето"},
-        {m_dialog->Edit7, "к"},        {m_dialog->Edit8, "56,1"},  {m_dialog->Edit9, "47.2"}};
-    for (const auto &[edit, text] : texts)
-        edit->setText(text);
+    m_dialog->Edit3->setText("название");
+    m_dialog->Edit4->setText("герои");
+    m_dialog->Edit5->setText("место");
+    m_dialog->Edit6->setText("лето");
+    m_dialog->Edit7->setText("к");
+    m_dialog->Edit8->setText("56,1");
+    m_dialog->Edit9->setText("47.2");
     const QString fields = "12.34|3.33|Диалог|||название|герои|место|лето|к|56,1|47.2";
     press(m_dialog->BitBtn1);
     QCOMPARE(m_windows->rows(), QStringList{"1|" + fields});
@@ -232,7 +245,8 @@ void SceneDialogTest::enterConfirmsAndEscapeCloses()
     m_dialog->describeNewScene("1");
     QCOMPARE(m_dialog->focusWidget(), m_dialog->ListBox1);
     QTest::keyClick(m_dialog->ListBox1, Qt::Key_Down);
-    for (QWidget *widget : std::initializer_list<QWidget *>{m_dialog->ListBox1, m_dialog->Edit3, m_dialog->ComboBox1}) {
+    for (QWidget *widget : {static_cast<QWidget *>(m_dialog->ListBox1), static_cast<QWidget *>(m_dialog->Edit3),
+                            static_cast<QWidget *>(m_dialog->ComboBox1)}) {
         const int before = m_windows->grid->RowCount();
         const bool wasEmpty = listIsEmpty(m_windows->grid->cells());
         widget->setFocus();
@@ -290,12 +304,16 @@ void SceneDialogTest::aLengthChangesNothingElse()
     QCOMPARE(m_dialog->ListBox3->chosenText(), QString("Днём"));
     QCOMPARE(m_dialog->BitBtn1->text(), QString("Сохранить изменения"));
     QCOMPARE(m_dialog->focusWidget(), m_dialog->Edit3);
+    m_dialog->Edit7->setFocus();
+    m_dialog->showLength("4");
+    QCOMPARE(m_dialog->focusWidget(), m_dialog->Edit7);
 }
 
 void SceneDialogTest::pastingFillsTheCoordinates()
 {
     m_dialog->bringUp();
-    QGuiApplication::clipboard()->setText("https://yandex.ru/maps/?ll=47.2036%2C56.1489&z=12\r\nhttps://google.com/@1,2");
+    QGuiApplication::clipboard()->setText("https://yandex.ru/maps/?ll=47.2036%2C56.1489&z=12\r\n"
+                                          "https://google.com/@1,2");
     press(m_dialog->BitBtn5);
     QCOMPARE(m_dialog->Edit8->text(), QString("56.1489"));
     QCOMPARE(m_dialog->Edit9->text(), QString("47.2036"));

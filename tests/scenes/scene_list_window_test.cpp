@@ -51,6 +51,7 @@ private Q_SLOTS:
     void arrowsMoveAndEnterOpens();
     void numbersStayInPlaceAndActAsTheirRows();
     void theCurrentRowFollowsTheRowCount();
+    void aRowJustAddedIsShownWhole();
     void menuCommandsChangeTheList();
     void theContextMenuFitsThePlace();
     void theListIsSavedBesideTheVideoAndReadBack();
@@ -128,7 +129,8 @@ void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay_data()
     QTest::newRow("partly outside") << QRect(1200, 600, 598, 600) << QPoint(10, 10) << laptop << true;
     QTest::newRow("small screen, pointer in its middle") << QRect(100, 60, 598, 600) << QPoint(500, 380)
                                                          << QRect(0, 0, 1024, 768) << false;
-    QTest::newRow("too small a screen") << QRect(0, 0, 598, 600) << QPoint(790, 590) << QRect(0, 0, 800, 590) << false;
+    QTest::newRow("too small a screen") << QRect(0, 0, 598, 600) << QPoint(790, 590) << QRect(0, 0, 800, 590)
+                                        << false;
 }
 
 void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay()
@@ -256,6 +258,18 @@ void SceneListWindowTest::theCurrentRowFollowsTheRowCount()
     QCOMPARE(m_grid->RowCount(), 2);
 }
 
+void SceneListWindowTest::aRowJustAddedIsShownWhole()
+{
+    m_windows->list->show();
+    for (const int rows : {100, 101, 102}) {
+        m_grid->setRowCount(rows);
+        m_grid->showRow(rows - 1);
+        const QRect shown = m_grid->visualRect(m_grid->model()->index(rows - 2, 0));
+        QVERIFY(m_grid->viewport()->rect().contains(shown));
+        QCOMPARE(m_grid->Row(), 1);
+    }
+}
+
 void SceneListWindowTest::menuCommandsChangeTheList()
 {
     for (const char *position : {"3", "1", "2"})
@@ -300,6 +314,7 @@ void SceneListWindowTest::theContextMenuFitsThePlace()
     QCOMPARE(captionsAt(m_grid->verticalHeader()->viewport(), QPoint(5, m_windows->pointOf(1).y())), row);
     QCOMPARE(m_grid->Row(), 1);
     QCOMPARE(captionsAt(m_grid->viewport(), QPoint(300, m_grid->viewport()->height() - 5)), whole);
+    QCOMPARE(captionsAt(m_grid->horizontalHeader()->viewport(), QPoint(100, 5)), whole);
     QCOMPARE(captionsAt(m_windows->list.get(), QPoint(1, 1)), whole);
     QVERIFY(!m_windows->dialog->isVisible());
 }

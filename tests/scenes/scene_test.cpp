@@ -116,7 +116,8 @@ void SceneTest::sortingIsNumericAndStable_data()
     QTest::newRow("numbers, not texts") << QStringList{"10", "9"} << QStringList{"9", "10"};
     QTest::newRow("words count as 0 and keep their order")
         << QStringList{"b", "1", "a", "-1"} << QStringList{"-1", "b", "a", "1"};
-    QTest::newRow("a comma ends the number") << QStringList{"12.5", "12,9", "12"} << QStringList{"12,9", "12", "12.5"};
+    QTest::newRow("a comma ends the number") << QStringList{"12.5", "12,9", "12"}
+                                             << QStringList{"12,9", "12", "12.5"};
     QTest::newRow("beyond a double") << QStringList{"1e999", "1", "-1e999"} << QStringList{"-1e999", "1", "1e999"};
     QTest::newRow("one row") << QStringList{"1"} << QStringList{"1"};
 }

@@ -129,10 +129,8 @@ Queried<GraphBuilder> MpvGraphSystem::createGraphBuilder()
 
 WaveLevel MpvGraphSystem::waveVolume()
 {
-    if (const auto session = m_session.lock()) {
-        if (const auto level = session->streamLevel())
-            return {*level, *level};
-    }
+    if (const auto session = m_session.lock())
+        m_level = {session->level(), session->level()};
     return m_level;
 }
 

@@ -3,6 +3,8 @@
 #include "player/mpv/picture_time.h"
 
 #include <QByteArray>
+#include <QFile>
+#include <QFileInfo>
 #include <QWidget>
 
 #include <algorithm>
@@ -49,7 +51,8 @@ constexpr std::array<std::pair<const char *, const char *>, 32> coreOptions{{
     {"cover-art-auto", "no"},
     {"audio-display", "no"},
     {"sid", "no"},
-    {"demuxer-lavf-o", "protocol_whitelist=file"},
+    // The core reads the file itself; what a format would open by name, it asks a protocol for.
+    {"demuxer-lavf-o", "protocol_whitelist=none"},
     {"cache", "no"},
     // Exact pictures, and a file that stays open at its end.
     {"vo", "libmpv"},
@@ -115,9 +118,16 @@ MpvSession::~MpvSession()
 
 Status MpvSession::render(const QString &path)
 {
-    const QByteArray name = path.toUtf8();
+    // The core would wait for a pipe's writer, play the files of a folder one after another, and take a relative
+    // name for an address or an option.
+    const QFileInfo file(path);
+    if (!file.isFile())
+        return statusFailure;
+    const QByteArray name = QFile::encodeName(file.absoluteFilePath());
     if (!command({"loadfile", name.constData()}) || !waitForFirstPicture())
         return statusFailure;
+    // The stream may have appeared meanwhile.
+    setLevel(m_level);
     mpv_set_wakeup_callback(m_core.get(), &MpvSession::onWakeup, this);
     onWakeup(this);
     return statusOk;
@@ -258,6 +268,12 @@ Status MpvSession::setRate(double rate)
 Status MpvSession::seek(MediaTime time, SeekTo picture)
 {
     drain();
+    if (m_duration <= 0) {
+        // A stream without times of its own cannot be sought; it still goes on by a picture.
+        if (m_wantPaused && picture == SeekTo::NextPicture && m_film.frame > 0.0 && !m_search)
+            pursue({position() + static_cast<MediaTime>(m_film.frame * unitsPerSecond), picture});
+        return statusOk;
+    }
     // A neighbour is the neighbour of a picture that is there; while one is still being looked for, or while the
     // pictures run, the time computed for it is the only one that has a meaning.
     const bool step = m_wantPaused && !m_search;
@@ -290,9 +306,14 @@ void MpvSession::pursue(const Wish &wish)
     m_searched = wish.time;
     if (!m_wantPaused)
         m_shown = number("time-pos").value_or(m_shown);
-    if (m_wantPaused && m_film.frame > 0.0 && !m_silent)
+    if (m_wantPaused && m_film.frame > 0.0 && !m_silent) {
+        // Somebody may have set the stream's level outside; the next stream takes it over.
+        (void)level();
         m_silent = setString("aid", "no");
+        m_levelApplied = false;
+    }
     m_search.emplace(m_film, m_shown, m_film.first + secondsOf(wish.time), wish.picture, m_wantPaused);
+    m_here = m_shown;
     execute(m_search->start());
 }
 
@@ -351,6 +372,7 @@ void MpvSession::land()
     m_endCheck.stop();
     const double here = number("time-pos").value_or(m_shown);
     const bool seekEnded = m_underWay == SearchCommand::Seek && std::abs(here - m_sent) < endOfSeek;
+    m_here = here;
     const SearchCommand next = m_search->landed(here, seekEnded || flag("eof-reached"));
     m_shown = m_search->shown();
     if (m_wish || next.kind == SearchCommand::Done)
@@ -428,7 +450,7 @@ void MpvSession::propertyChanged(std::uint64_t observed, const mpv_event_propert
     }
     if (m_underWay != SearchCommand::StepForward || property.format == MPV_FORMAT_NONE)
         return;
-    if (observed == observeTime && *static_cast<const double *>(property.data) > m_search->shown()) {
+    if (observed == observeTime && *static_cast<const double *>(property.data) > m_here) {
         m_reported = true;
         landIfDrawn();
     } else if (observed == observeEnd) {
@@ -438,13 +460,12 @@ void MpvSession::propertyChanged(std::uint64_t observed, const mpv_event_propert
 
 // Sound
 
-std::optional<std::uint16_t> MpvSession::streamLevel()
+std::uint16_t MpvSession::level()
 {
-    const std::optional<double> percent = number("ao-volume");
-    if (!percent)
-        return std::nullopt;
     constexpr double full = 0xFFFF;
-    return static_cast<std::uint16_t>(std::clamp(std::round(*percent / 100.0 * full), 0.0, full));
+    if (const std::optional<double> percent = m_levelApplied ? number("ao-volume") : std::nullopt)
+        m_level = static_cast<std::uint16_t>(std::clamp(std::round(*percent / 100.0 * full), 0.0, full));
+    return m_level;
 }
 
 void MpvSession::setLevel(std::uint16_t level)
@@ -452,8 +473,8 @@ void MpvSession::setLevel(std::uint16_t level)
     m_level = level;
     const double percent = level / static_cast<double>(0xFFFF) * 100.0;
     // One of the two mixers sets the level and the other one stays open.
-    const bool inServer = setNumber("ao-volume", percent);
-    setNumber("volume", inServer ? 100.0 : percent);
+    m_levelApplied = setNumber("ao-volume", percent);
+    setNumber("volume", m_levelApplied ? 100.0 : percent);
 }
 
 // Properties

@@ -27,15 +27,19 @@ public:
 
     [[nodiscard]] bool isValid() const { return m_core && m_attached; }
 
-    /// Loads a local file, paused on its first picture. Blocks until that is there or cannot be.
+    /// Loads a regular local file, paused on its first picture. Blocks until that is there or cannot be. Nothing
+    /// else is ever opened, whatever the file names.
     [[nodiscard]] Status render(const QString &path);
 
     [[nodiscard]] Status run();
     [[nodiscard]] Status pause();
     void stop();
 
+    /// Of a stream without a duration, only its next picture can be reached.
     Status seek(MediaTime time, SeekTo picture);
     [[nodiscard]] MediaTime position();
+
+    /// 0 for a stream that tells none and has no times.
     [[nodiscard]] MediaTime duration() const { return m_duration; }
 
     /// True when no picture is being looked for: the newest wish's picture is on the surface.
@@ -52,8 +56,9 @@ public:
 
     [[nodiscard]] VideoSurface &surface() const { return m_surface; }
 
-    /// The level (0 to 0xFFFF) of this program's stream in the sound server, or nothing while it has none.
-    [[nodiscard]] std::optional<std::uint16_t> streamLevel();
+    /// The level (0 to 0xFFFF) of this program's stream in the sound server, which others may change there; while
+    /// there is no stream, the level that the next one gets.
+    [[nodiscard]] std::uint16_t level();
 
     /// Sets the level of the stream, or of the core's own mixer until there is a stream.
     void setLevel(std::uint16_t level);
@@ -114,6 +119,7 @@ private:
     SearchCommand::Kind m_underWay = SearchCommand::Done;
     bool m_reported = false; ///< the core has told that the command under way is done
     std::uint64_t m_awaitedPicture = 0; ///< the surface's count of pictures that ends the command under way
+    double m_here = 0.0;     ///< where the command before the one under way has landed, seconds
     double m_sent = 0.0;     ///< target of the seek under way, seconds
     /// No sound track is selected. While pictures are searched none is, since past the last picture the core tells
     /// the time of the sound; playing brings it back.
@@ -123,4 +129,5 @@ private:
     QTimer m_endCheck;
 
     std::uint16_t m_level = 0xFFFF;
+    bool m_levelApplied = false; ///< the stream has taken it
 };

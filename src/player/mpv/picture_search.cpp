@@ -36,7 +36,7 @@ PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target,
 SearchCommand PictureSearch::start()
 {
     if (m_film.frame <= 0.0)
-        return m_goal == SeekTo::Time ? seek(m_target) : SearchCommand{};
+        return seek(m_target);
     if (m_goal == SeekTo::NextPicture)
         return m_film.last && m_shown >= *m_film.last - jitter ? SearchCommand{} : step();
     if (m_goal == SeekTo::PreviousPicture) {
@@ -109,7 +109,8 @@ SearchCommand PictureSearch::step()
 SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
 {
     if (m_film.frame <= 0.0) {
-        m_shown = here;
+        // Sound is sought exactly, but the core tells a time earlier by what the device has not played yet.
+        m_shown = std::min(m_target, m_film.end);
         return {};
     }
     const double sought = m_target - m_back;
@@ -125,8 +126,10 @@ SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
     }
     const bool late = here > std::max(sought, m_film.first) + m_film.frame - seekTolerance + jitter;
     const bool moved = !m_lateLanding || here < *m_lateLanding - jitter;
+    // A demuxer that started that much earlier cannot have missed a picture in between.
+    const bool proven = !moved && m_demuxerOffset >= here - sought;
     constexpr double farthestOffset = 64.0;
-    if (late && moved && m_demuxerOffset < farthestOffset) {
+    if (late && !proven && m_demuxerOffset < farthestOffset) {
         m_lateLanding = here;
         m_demuxerOffset = std::max(1.0, 4.0 * m_demuxerOffset);
         return seek(sought);

@@ -24,10 +24,12 @@ struct SearchCommand {
 ///
 ///  1. The next picture is one step, the previous one a step back; while paused, a time a few pictures ahead is
 ///     stepped to as well, since that decodes those pictures only.
+///     Without pictures every wish is a seek to its time.
 ///  2. Everything else is an exact seek, which shows the first picture that starts at most `seekTolerance` before
 ///     the time asked for.
 ///  3. A seek that lands late, as in transport and program streams, is repeated with the demuxer starting
-///     earlier, until it lands right or lands on the same picture twice, which then follows a gap.
+///     earlier, until it lands right, or until it lands on the same picture again though the demuxer started
+///     earlier by more than the landing was late: that picture follows a gap.
 ///  4. A seek that runs into the end of the film, where the core tells no picture's time, is repeated further
 ///     back; from there the pictures are stepped through to the one asked for or to the last.
 ///  5. A step back that lands nowhere before, or suspiciously far, is proven: from a seek before it the pictures

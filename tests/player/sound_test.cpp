@@ -1,0 +1,227 @@
+#include "mpv_player.h"
+
+#include "films/film_maker.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+// The program's stream in a real sound server whose only device plays to nowhere.
+
+class SoundTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void withoutAServerTheFilmPlaysAndTheLevelWaits();
+    void theLevelFollowsBothWays();
+    void theLevelOutlivesStepsAndSeeks();
+    void aServerThatDiesLeavesTheFilmPlaying();
+    void nothingIsWrittenElsewhere();
+
+private:
+    void startServer();
+    void stopServer();
+    static QByteArray pactl(const QStringList &arguments);
+    /// Number of this process's stream, or -1.
+    [[nodiscard]] static int streamNumber();
+    /// Its volume in percent, or -1 while there is no stream.
+    [[nodiscard]] static int streamPercent();
+    [[nodiscard]] int told() { return qRound(m_player->system().waveVolume().left * 100.0 / 0xFFFF); }
+    void setLevel(int percent)
+    {
+        const auto level = static_cast<std::uint16_t>(qRound(percent * 0xFFFF / 100.0));
+        m_player->system().setWaveVolume({level, level});
+    }
+
+    QTemporaryDir m_folder;
+    QProcess m_server;
+    QString m_film;
+    std::unique_ptr<MpvPlayer> m_player;
+};
+
+void SoundTest::initTestCase()
+{
+    if (QStandardPaths::findExecutable("pulseaudio").isEmpty())
+        QSKIP("the pulseaudio program is not installed");
+    m_film = makeFilm(standardFilm("h264_25.mp4"));
+    for (const char *name : {"home", "config", "cache", "data", "state", "run"})
+        QVERIFY(QDir(m_folder.path()).mkdir(name));
+    const QByteArray root = QFile::encodeName(m_folder.path());
+    QVERIFY(::chmod((root + "/run").constData(), 0700) == 0);
+    qputenv("HOME", root + "/home");
+    qputenv("XDG_CONFIG_HOME", root + "/config");
+    qputenv("XDG_CACHE_HOME", root + "/cache");
+    qputenv("XDG_DATA_HOME", root + "/data");
+    qputenv("XDG_STATE_HOME", root + "/state");
+    qputenv("XDG_RUNTIME_DIR", root + "/run");
+    qputenv("PULSE_SERVER", "unix:" + root + "/run/sound");
+}
+
+void SoundTest::init()
+{
+    m_player = std::make_unique<MpvPlayer>();
+}
+
+void SoundTest::cleanup()
+{
+    m_player.reset();
+    stopServer();
+}
+
+void SoundTest::startServer()
+{
+    m_server.setStandardErrorFile(QProcess::nullDevice());
+    m_server.start("pulseaudio",
+                   {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
+                    "--load=module-null-sink",
+                    "--load=module-native-protocol-unix auth-anonymous=1 socket=" + m_folder.filePath("run/sound")});
+    QVERIFY(m_server.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(pactl({"list", "short", "sinks"}).contains("null"), 10'000);
+}
+
+void SoundTest::stopServer()
+{
+    if (m_server.state() == QProcess::NotRunning)
+        return;
+    m_server.kill();
+    m_server.waitForFinished();
+    QFile::remove(m_folder.filePath("run/sound"));
+}
+
+QByteArray SoundTest::pactl(const QStringList &arguments)
+{
+    QProcess process;
+    process.start("pactl", arguments);
+    process.waitForFinished(5000);
+    return process.readAllStandardOutput();
+}
+
+int SoundTest::streamNumber()
+{
+    const QByteArray line = pactl({"list", "short", "sink-inputs"}).split('\n').constFirst();
+    return line.isEmpty() ? -1 : line.split('\t').constFirst().toInt();
+}
+
+int SoundTest::streamPercent()
+{
+    const QByteArray inputs = pactl({"list", "sink-inputs"});
+    const qsizetype volume = inputs.indexOf("Volume:");
+    if (volume < 0)
+        return -1;
+    const QByteArray line = inputs.mid(volume, inputs.indexOf('\n', volume) - volume);
+    const qsizetype end = line.indexOf('%');
+    return line.mid(line.lastIndexOf('/', end) + 1, end - line.lastIndexOf('/', end) - 1).trimmed().toInt();
+}
+
+void SoundTest::withoutAServerTheFilmPlaysAndTheLevelWaits()
+{
+    setLevel(30);
+    Open(m_film);
+    QCOMPARE(m_player->messages, QStringList());
+    QVERIFY(OPENED && !PAUSED);
+    QTRY_VERIFY(GetPosition() > unitsPerSecond / 2);
+    QCOMPARE(told(), 30);
+    setLevel(40);
+    QCOMPARE(told(), 40);
+    // The device appears with the next film.
+    startServer();
+    Open(m_film);
+    QTRY_COMPARE(streamPercent(), 40);
+    QCOMPARE(told(), 40);
+}
+
+void SoundTest::theLevelFollowsBothWays()
+{
+    startServer();
+    Open(m_film);
+    for (const int percent : {70, 0, 100, 25}) {
+        setLevel(percent);
+        QTRY_COMPARE(streamPercent(), percent);
+        QTRY_COMPARE(told(), percent);
+    }
+    pactl({"set-sink-input-volume", QString::number(streamNumber()), "55%"});
+    QTRY_COMPARE(told(), 55);
+    // And the other stream's level is what a new film starts from.
+    Open(m_film);
+    QTRY_COMPARE(streamPercent(), 55);
+}
+
+void SoundTest::theLevelOutlivesStepsAndSeeks()
+{
+    startServer();
+    Open(m_film);
+    setLevel(70);
+    QTRY_COMPARE(streamPercent(), 70);
+    for (const bool outside : {false, true}) {
+        if (outside) {
+            pactl({"set-sink-input-volume", QString::number(streamNumber()), "35%"});
+            QTRY_COMPARE(streamPercent(), 35);
+        }
+        const int level = outside ? 35 : 70;
+        Pause();
+        m_player->seekTo(3 * unitsPerSecond);
+        QCOMPARE(told(), level);
+        m_player->stepForward();
+        m_player->stepBack();
+        QCOMPARE(told(), level);
+        Play();
+        QTRY_COMPARE(streamPercent(), level);
+        QCOMPARE(told(), level);
+    }
+    // Set while no stream is there.
+    Pause();
+    m_player->seekTo(2 * unitsPerSecond);
+    setLevel(80);
+    QCOMPARE(told(), 80);
+    Play();
+    QTRY_COMPARE(streamPercent(), 80);
+}
+
+void SoundTest::aServerThatDiesLeavesTheFilmPlaying()
+{
+    startServer();
+    Open(m_film);
+    setLevel(60);
+    QTRY_COMPARE(streamPercent(), 60);
+    stopServer();
+    const MediaTime before = GetPosition();
+    QTRY_VERIFY_WITH_TIMEOUT(GetPosition() > before + unitsPerSecond, 8000);
+    QVERIFY(OPENED && !PAUSED);
+    QCOMPARE(told(), 60);
+    Pause();
+    m_player->seekTo(1 * unitsPerSecond);
+    QCOMPARE(m_player->shownNumber(), 25);
+    // It comes back with the sound server and the next film at the latest.
+    startServer();
+    Open(m_film);
+    QTRY_COMPARE(streamPercent(), 60);
+    QCOMPARE(m_player->messages, QStringList());
+}
+
+void SoundTest::nothingIsWrittenElsewhere()
+{
+    startServer();
+    Open(m_film);
+    runEvents(200);
+    Pause();
+    m_player->seekTo(4 * unitsPerSecond);
+    m_player.reset();
+    for (const char *name : {"home", "config", "cache", "data", "state"}) {
+        const QDir folder(m_folder.filePath(name));
+        QStringList entries = folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        // The sound server's own, made by its daemon and its client library.
+        entries.removeAll("pulse");
+        QCOMPARE(entries, QStringList());
+    }
+}
+
+QTEST_MAIN(SoundTest)
+#include "sound_test.moc"

@@ -1,0 +1,680 @@
+#include "mpv_player.h"
+
+#include "films/film_maker.h"
+#include "player/transport.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <array>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// Files that people open by mistake, that are damaged, or that are unlike other films.
+
+namespace {
+
+const QStringList h264 = {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-bf", "2", "-g", "50"};
+const QStringList aac = {"-c:a", "aac", "-b:a", "64k"};
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("cannot read %s", qPrintable(path));
+    return file.readAll();
+}
+
+/// Runs ffmpeg; the test ends if that fails.
+void encode(const QStringList &arguments)
+{
+    QProcess process;
+    process.start("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error"} + arguments);
+    if (!process.waitForFinished(60'000) || process.exitCode() != 0)
+        qFatal("ffmpeg: %s", process.readAllStandardError().constData());
+}
+
+/// An entry of this process's /proc folder, such as "fd": how many names it holds.
+qsizetype entriesOf(const char *folder)
+{
+    return QDir(QString("/proc/self/") + folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
+qint64 residentKilobytes()
+{
+    const QByteArray status = contents("/proc/self/status");
+    const auto start = status.indexOf("VmRSS:") + 6;
+    return status.mid(start, status.indexOf("kB", start) - start).trimmed().toLongLong();
+}
+
+} // namespace
+
+class TroubleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void whatIsNoFilmIsRefused_data();
+    void whatIsNoFilmIsRefused();
+    void aFileWithoutReadPermissionIsRefused();
+    void listsOpenNothing_data();
+    void listsOpenNothing();
+    void anyFileNameOpens_data();
+    void anyFileNameOpens();
+    void damagedFilmsPlay_data();
+    void damagedFilmsPlay();
+    void picturesOfAnyShapeAreExact_data();
+    void picturesOfAnyShapeAreExact();
+    void picturesOfAnySizeOpen_data();
+    void picturesOfAnySizeOpen();
+    void aSoundFilePlays();
+    void soundThatOutlastsThePictures();
+    void picturesThatOutlastTheSound();
+    void picturesThatStartAfterTheSound();
+    void aStillPicture();
+    void aStreamWithoutADurationIsSteppedThrough();
+    void aStreamWithAGuessedDurationIsSteppedThrough();
+    void hammeredCommandsEndWhereTheLastOneAsked_data();
+    void hammeredCommandsEndWhereTheLastOneAsked();
+    void openingAgainAndAgainLeaksNothing();
+
+private:
+    QString write(const QString &name, const QByteArray &bytes);
+    /// A path in the test's folder.
+    QString at(const QString &name) const { return m_folder.filePath(name); }
+    /// A film of 50 painted pictures; `video` may hold filters.
+    QString painted(const QString &name, const QStringList &video, const QStringList &audio = {}, int rotation = 0,
+                    QSize size = {320, 180});
+    void refuse(const QString &path);
+
+    QTemporaryDir m_folder;
+    QString m_film;
+    std::unique_ptr<MpvPlayer> m_player;
+};
+
+QString TroubleTest::write(const QString &name, const QByteArray &bytes)
+{
+    const QString path = at(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
+}
+
+QString TroubleTest::painted(const QString &name, const QStringList &video, const QStringList &audio, int rotation,
+                             QSize size)
+{
+    return makeFilm({.file = "trouble_" + name,
+                     .size = size,
+                     .frames = 50,
+                     .rate = "25/1",
+                     .video = video,
+                     .audio = audio,
+                     .rotation = rotation});
+}
+
+void TroubleTest::initTestCase()
+{
+    QVERIFY(m_folder.isValid());
+    // Readable by whoever the test becomes.
+    QVERIFY(::chmod(QFile::encodeName(m_folder.path()).constData(), 0755) == 0);
+    m_film = painted("plain.mp4", h264, aac);
+}
+
+void TroubleTest::init()
+{
+    m_player = std::make_unique<MpvPlayer>();
+}
+
+void TroubleTest::cleanup()
+{
+    m_player.reset();
+}
+
+void TroubleTest::refuse(const QString &path)
+{
+    QElapsedTimer spent;
+    spent.start();
+    Open(path);
+    QCOMPARE(m_player->messages, QStringList("Failed open file"));
+    QVERIFY(!OPENED);
+    QVERIFY2(spent.elapsed() < 5000, "nobody waits that long for a refusal");
+    // The next film opens as if nothing had been.
+    m_player->messages.clear();
+    Open(m_film);
+    QVERIFY(OPENED);
+    QCOMPARE(m_player->messages, QStringList());
+}
+
+void TroubleTest::whatIsNoFilmIsRefused_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("nothing there") << at("missing.mp4");
+    QTest::newRow("no name") << "";
+    QTest::newRow("text") << write("notes.avi", QByteArray("Список покупок: хлеб, молоко.\n").repeated(200));
+    QTest::newRow("empty") << write("empty.mp4", {});
+    QTest::newRow("zeros") << write("zeros.mkv", QByteArray(100'000, '\0'));
+    QTest::newRow("cut before its index") << write("cut.mp4", contents(m_film).left(contents(m_film).size() / 2));
+    QDir(m_folder.path()).mkpath("folder");
+    QFile::copy(m_film, at("folder/film.mp4"));
+    QTest::newRow("folder") << at("folder");
+    ::mkfifo(QFile::encodeName(at("pipe.avi")).constData(), 0644);
+    QTest::newRow("pipe without a writer") << at("pipe.avi");
+    QTest::newRow("device") << "/dev/zero";
+    QTest::newRow("standard input") << "-";
+    QTest::newRow("address") << "http://127.0.0.1:9/film.mp4";
+    QTest::newRow("pseudo file") << "memory://abc";
+    QTest::newRow("generated film") << "av://lavfi:testsrc";
+}
+
+void TroubleTest::whatIsNoFilmIsRefused()
+{
+    QFETCH(QString, path);
+    refuse(path);
+}
+
+void TroubleTest::aFileWithoutReadPermissionIsRefused()
+{
+    const QString path = at("secret.mp4");
+    QVERIFY(QFile::copy(m_film, path));
+    QVERIFY(::chmod(QFile::encodeName(path).constData(), 0) == 0);
+    // Root reads everything: become somebody else for all of this process's threads to come.
+    constexpr uid_t nobody = 65534;
+    const bool isRoot = ::geteuid() == 0;
+    if (isRoot)
+        QVERIFY(::seteuid(nobody) == 0);
+    Open(path);
+    const bool opened = OPENED;
+    if (isRoot)
+        QVERIFY(::seteuid(0) == 0);
+    QVERIFY(!opened);
+    QCOMPARE(m_player->messages, QStringList("Failed open file"));
+}
+
+void TroubleTest::listsOpenNothing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("text");
+    // FILM stands for a film beside the list, URL for an address that somebody watches.
+    QTest::newRow("m3u") << "list.m3u" << QByteArray("#EXTM3U\n#EXTINF:2,x\nFILM\nURL/a.mp4\n");
+    QTest::newRow("m3u, the address first") << "list2.m3u" << QByteArray("#EXTM3U\nURL/a.mp4\nFILM\n");
+    QTest::newRow("hls") << "list.m3u8"
+                         << QByteArray("#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n#EXTINF:2.0,\nURL/a.ts\n"
+                                       "#EXTINF:2.0,\nFILM\n#EXT-X-ENDLIST\n");
+    QTest::newRow("hls master") << "master.m3u8"
+                                << QByteArray("#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1280000\nURL/low.m3u8\n");
+    QTest::newRow("hls named as a film") << "hls.mp4"
+                                         << QByteArray("#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n"
+                                                       "#EXTINF:2.0,\nFILM\n#EXT-X-ENDLIST\n");
+    QTest::newRow("pls") << "list.pls"
+                         << QByteArray("[playlist]\nFile1=FILM\nFile2=URL/a.mp4\nNumberOfEntries=2\nVersion=2\n");
+    QTest::newRow("cue") << "list.cue"
+                         << QByteArray("FILE \"FILM\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
+    QTest::newRow("edl") << "list.edl" << QByteArray("# mpv EDL v0\nFILM,0,1\n");
+    QTest::newRow("edl, address") << "list2.edl" << QByteArray("# mpv EDL v0\nURL/a.mp4,0,1\n");
+    QTest::newRow("concatenation") << "list.ffconcat" << QByteArray("ffconcat version 1.0\nfile FILM\n");
+    QTest::newRow("session description") << "list.sdp"
+                                         << QByteArray("v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
+                                                       "m=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
+    QTest::newRow("dash") << "list.mpd"
+                          << QByteArray("<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" "
+                                        "type=\"static\" mediaPresentationDuration=\"PT2S\">\n<Period><AdaptationSet "
+                                        "mimeType=\"video/mp4\"><Representation id=\"1\" bandwidth=\"1000\">"
+                                        "<BaseURL>URL/a.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>\n");
+    QTest::newRow("reference") << "list.mov" << QByteArray("[Reference]\r\nRef1=URL/a.mov\r\n");
+    QTest::newRow("asx") << "list.asx"
+                         << QByteArray("<ASX VERSION=\"3.0\"><ENTRY><REF HREF=\"URL/a.wmv\"/></ENTRY></ASX>");
+    QTest::newRow("plain addresses") << "list.txt" << QByteArray("URL/a.mp4\nFILM\n");
+}
+
+void TroubleTest::listsOpenNothing()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, text);
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const QString beside = at("beside.mp4");
+    if (!QFile::exists(beside))
+        QVERIFY(QFile::copy(m_film, beside));
+    text.replace("URL", "http://127.0.0.1:" + QByteArray::number(server.serverPort()));
+    text.replace("FILM", name.endsWith(".ffconcat") || name.endsWith(".cue") ? "beside.mp4" : beside.toUtf8());
+
+    // Reading the neighbour would show in the time of its last access.
+    const auto nanoseconds = [](const timespec &time) { return time.tv_sec * 1'000'000'000LL + time.tv_nsec; };
+    const QByteArray besideName = QFile::encodeName(beside);
+    const std::array<timespec, 2> longAgo{timespec{1000, 0}, timespec{1000, 0}};
+    QVERIFY(::utimensat(AT_FDCWD, besideName.constData(), longAgo.data(), 0) == 0);
+    refuse(write(name, text));
+    runEvents(20);
+    QVERIFY2(!server.hasPendingConnections() && !server.waitForNewConnection(100), "the network was asked");
+    struct stat seen {};
+    QVERIFY(::stat(besideName.constData(), &seen) == 0);
+    QCOMPARE(nanoseconds(seen.st_atim), nanoseconds(longAgo[0]));
+}
+
+void TroubleTest::anyFileNameOpens_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name :
+         {"Наш отпуск.mp4", "🎬 день рождения 🎂.mp4", "часть #2.mp4", "100%25 %d %03d.mp4", "-vf hflip.mp4", "--help",
+          "  два  пробела  ", "http:__example.org_film.mp4", "[*] сцена?.mp4", "http:/film.mp4", "file:/film.mp4",
+          "edl:/film.mp4", "quote\"and'back\\slash.mp4", "$HOME ~ ${path}.mp4", "line\nbreak.mp4", "film.m3u",
+          "film.cue", "film.txt", "film", "a;b,c|d&e.mp4"})
+        QTest::newRow(name) << QString::fromUtf8(name);
+    QTest::newRow("250 bytes") << QString("ж").repeated(123) + ".mp4";
+    QTest::newRow("255 bytes") << QString("x").repeated(255);
+}
+
+void TroubleTest::anyFileNameOpens()
+{
+    QFETCH(QString, name);
+    const QString path = at("names/" + name);
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QVERIFY(QFile::copy(m_film, path));
+    m_player->openPaused(path);
+    QCOMPARE(m_player->messages, QStringList());
+    QVERIFY(OPENED);
+    QCOMPARE(m_player->shownNumber(), 0);
+    // Named from the folder it lies in, too.
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(at("names")));
+    m_player->openPaused(name);
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(m_player->messages, QStringList());
+    QCOMPARE(m_player->shownNumber(), 0);
+    QVERIFY(QFile::remove(path));
+}
+
+void TroubleTest::damagedFilmsPlay_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<bool>("cut");
+    for (const char *suffix : {"mp4", "avi", "ts", "mkv", "mpg"}) {
+        QTest::addRow("%s cut off", suffix) << suffix << true;
+        QTest::addRow("%s damaged", suffix) << suffix << false;
+    }
+}
+
+void TroubleTest::damagedFilmsPlay()
+{
+    QFETCH(QString, suffix);
+    QFETCH(bool, cut);
+    const QStringList container = suffix == "mp4" ? QStringList{"-movflags", "+faststart"}
+                                : suffix == "mkv" ? QStringList{"-cluster_time_limit", "200"}
+                                                  : QStringList();
+    const QStringList video = suffix == "mpg" || suffix == "ts" ? QStringList{"-c:v", "mpeg2video", "-g", "12"}
+                            : suffix == "avi"                   ? QStringList{"-c:v", "mpeg4", "-g", "25"}
+                                                                : h264;
+    const QStringList audio = suffix == "mp4" || suffix == "mkv" ? aac : QStringList{"-c:a", "mp2"};
+    QByteArray bytes = contents(painted("whole." + suffix, video, audio + container));
+    if (cut)
+        bytes.truncate(bytes.size() * 6 / 10);
+    else
+        bytes.replace(bytes.size() / 2, bytes.size() / 20, QByteArray(bytes.size() / 20, '\x5a'));
+    m_player->openPaused(write("damaged." + suffix, bytes));
+    QCOMPARE(m_player->messages, QStringList());
+    QVERIFY(OPENED);
+    QCOMPARE(m_player->shownNumber(), 0);
+
+    // Over the damage, in steps and at once; back before it everything is right again.
+    m_player->seekTo(Duration / 3);
+    for (int step = 0; step < 15; ++step)
+        m_player->stepForward();
+    m_player->seekTo(Duration - 1);
+    m_player->stepForward();
+    m_player->stepBack();
+    m_player->seekTo(8 * unitsPerSecond / 25);
+    QCOMPARE(m_player->shownNumber(), 8);
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), 9);
+    Play();
+    SetRate(4.0);
+    QTRY_VERIFY(GetPosition() > 2 * Duration / 5);
+    QVERIFY(OPENED && !PAUSED);
+    Pause();
+    QVERIFY(m_player->settle());
+    QVERIFY(GetPosition() <= Duration);
+}
+
+void TroubleTest::picturesOfAnyShapeAreExact_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QSize>("shown");
+    const QStringList h264Full = {"-vf", "format=yuv444p", "-c:v", "libx264", "-preset", "veryfast", "-g", "25"};
+    const QSize odd(321, 181);
+    const auto row = [](const char *name, const QString &path, QSize shown) { QTest::newRow(name) << path << shown; };
+    row("odd, H.264", painted("odd.mp4", h264Full, {}, 0, odd), odd);
+    row("odd, FFV1", painted("odd.mkv", {"-c:v", "ffv1"}, {}, 0, odd), odd);
+    row("odd, MJPEG", painted("odd.avi", {"-c:v", "mjpeg", "-q:v", "3"}, {}, 0, odd), odd);
+    row("odd, VP9", painted("odd.webm", {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"}, {}, 0, odd), odd);
+    row("portrait", painted("portrait.mp4", h264, {}, 0, {180, 320}), {180, 320});
+    // Squeezed to half its width, and shown wide again.
+    row("anamorphic", painted("anamorphic.mp4", QStringList{"-vf", "scale=160:180,setsar=2"} + h264), {320, 180});
+    row("turned by 90", painted("turned90.mp4", QStringList{"-vf", "transpose=cclock"} + h264, {}, 90, {180, 320}),
+        {180, 320});
+    row("turned by 180", painted("turned180.mp4", QStringList{"-vf", "hflip,vflip"} + h264, {}, 180), {320, 180});
+    row("turned by 270", painted("turned270.mp4", QStringList{"-vf", "transpose=clock"} + h264, {}, 270, {180, 320}),
+        {180, 320});
+    row("interlaced", painted("interlaced.mpg", {"-c:v", "mpeg2video", "-q:v", "3", "-flags", "+ildct+ilme", "-top", "1"}),
+        {320, 180});
+}
+
+void TroubleTest::picturesOfAnyShapeAreExact()
+{
+    QFETCH(QString, path);
+    QFETCH(QSize, shown);
+    m_player->openPaused(path);
+    QCOMPARE(m_player->messages, QStringList());
+    QCOMPARE(QSize(srcWidth, srcHeight), shown);
+    for (int number = 0; number < 6; ++number) {
+        QCOMPARE(m_player->shownNumber(), number);
+        m_player->stepForward();
+    }
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), 5);
+    m_player->seekTo(33 * unitsPerSecond / 25);
+    QCOMPARE(m_player->shownNumber(), 33);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(33));
+}
+
+void TroubleTest::picturesOfAnySizeOpen_data()
+{
+    QTest::addColumn<QString>("size");
+    QTest::addColumn<QStringList>("video");
+    const QStringList mjpeg{"-c:v", "mjpeg", "-q:v", "8"};
+    QTest::newRow("tiny") << "16x16" << h264;
+    QTest::newRow("smallest") << "2x2" << QStringList{"-c:v", "ffv1"};
+    QTest::newRow("huge") << "8192x4320" << mjpeg;
+    QTest::newRow("a ribbon") << "4096x16" << mjpeg;
+}
+
+void TroubleTest::picturesOfAnySizeOpen()
+{
+    QFETCH(QString, size);
+    QFETCH(QStringList, video);
+    const QString path = at("size_" + size + ".mkv");
+    encode(QStringList{"-f", "lavfi", "-i", "color=c=red:r=25:d=0.2:s=" + size} + video + QStringList{path});
+    m_player->openPaused(path);
+    QCOMPARE(m_player->messages, QStringList());
+    QCOMPARE(QString("%1x%2").arg(srcWidth).arg(srcHeight), size);
+    for (int step = 0; step < 3; ++step)
+        m_player->stepForward();
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(3));
+    m_player->stepBack();
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(2));
+    // The smallest panel that a window can leave it.
+    SetVideoRect(0, 0);
+    runEvents(30);
+    SetVideoRect(1, 1);
+    m_player->stepForward();
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(3));
+}
+
+void TroubleTest::aSoundFilePlays()
+{
+    const QString path = at("song.mp3");
+    encode({"-f", "lavfi", "-i", "sine=d=4", path});
+    Open(path);
+    QCOMPARE(m_player->messages, QStringList());
+    QVERIFY(OPENED);
+    QCOMPARE(QSize(srcWidth, srcHeight), QSize(0, 0));
+    QCOMPARE(fps, 25.0);
+    QVERIFY(qAbs(Duration - 4 * unitsPerSecond) < unitsPerSecond / 5);
+    QTRY_VERIFY(GetPosition() > unitsPerSecond / 4);
+    Pause();
+    const MediaTime there = GetPosition();
+    runEvents(100);
+    QCOMPARE(GetPosition(), there);
+    m_player->seekTo(2 * unitsPerSecond);
+    QVERIFY(qAbs(GetPosition() - 2 * unitsPerSecond) < unitsPerSecond / 10);
+    const MediaTime before = GetPosition();
+    m_player->stepForward();
+    QVERIFY(qAbs(GetPosition() - before - unitsPerSecond / 25) < unitsPerSecond / 50);
+    m_player->stepBack();
+    QVERIFY(qAbs(GetPosition() - before) < unitsPerSecond / 50);
+    Play();
+    QTRY_VERIFY(GetPosition() > before + unitsPerSecond / 4);
+}
+
+void TroubleTest::soundThatOutlastsThePictures()
+{
+    const QString path = at("long_sound.mp4");
+    encode({"-i", m_film, "-f", "lavfi", "-i", "sine=d=6", "-map", "0:v", "-map", "1:a", "-c:v", "copy", "-c:a", "aac",
+            path});
+    m_player->openPaused(path);
+    QVERIFY(qAbs(Duration - 6 * unitsPerSecond) < unitsPerSecond / 5);
+    m_player->seekTo(1 * unitsPerSecond);
+    Play();
+    SetRate(3.0);
+    // While the sound plays on, the clock does.
+    QTRY_VERIFY(GetPosition() > 4 * unitsPerSecond);
+    Pause();
+    QVERIFY(m_player->settle());
+    QCOMPARE(m_player->shownNumber(), 49);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+    m_player->seekTo(5 * unitsPerSecond);
+    QCOMPARE(m_player->shownNumber(), 49);
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), 48);
+    m_player->stepForward();
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), 49);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+}
+
+void TroubleTest::picturesThatOutlastTheSound()
+{
+    const QString path = at("short_sound.mp4");
+    encode({"-i", m_film, "-f", "lavfi", "-i", "sine=d=0.5", "-map", "0:v", "-map", "1:a", "-c:v", "copy", "-c:a", "aac",
+            path});
+    m_player->openPaused(path);
+    QVERIFY(qAbs(Duration - 2 * unitsPerSecond) < unitsPerSecond / 5);
+    Play();
+    QTRY_VERIFY(GetPosition() > unitsPerSecond);
+    Pause();
+    QVERIFY(m_player->settle());
+    // A picture that was handed over already is still drawn.
+    runEvents(150);
+    const int shown = m_player->shownNumber();
+    QVERIFY(shown >= 20);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(shown));
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), shown + 1);
+    Play();
+    runEvents(1500);
+    QCOMPARE(m_player->shownNumber(), 49);
+    QVERIFY(!PAUSED);
+}
+
+void TroubleTest::picturesThatStartAfterTheSound()
+{
+    const QString path = at("late_pictures.mkv");
+    encode({"-itsoffset", "1", "-i", m_film, "-f", "lavfi", "-i", "sine=d=4", "-map", "0:v", "-map", "1:a", "-c:v", "copy",
+            "-c:a", "aac", path});
+    m_player->openPaused(path);
+    QVERIFY(OPENED);
+    QCOMPARE(m_player->shownNumber(), 0);
+    QCOMPARE(GetPosition(), MediaTime(0));
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), 1);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(1));
+    m_player->seekTo(30 * unitsPerSecond / 25);
+    QCOMPARE(m_player->shownNumber(), 30);
+    m_player->seekTo(0);
+    QCOMPARE(m_player->shownNumber(), 0);
+    Play();
+    QTRY_VERIFY(m_player->shownNumber() > 5);
+    Pause();
+    QVERIFY(m_player->settle());
+    // A picture that was handed over already is still drawn.
+    runEvents(150);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(m_player->shownNumber()));
+}
+
+void TroubleTest::aStillPicture()
+{
+    for (const char *name : {"still%03d.png", "photo.jpg"}) {
+        const QString path = at(name);
+        encode({"-i", m_film, "-frames:v", "1", "-update", "1", path});
+        m_player->openPaused(path);
+        QCOMPARE(m_player->messages, QStringList());
+        QVERIFY(OPENED);
+        QCOMPARE(QSize(srcWidth, srcHeight), QSize(320, 180));
+        QTRY_COMPARE(m_player->shownNumber(), 0);
+        m_player->stepForward();
+        m_player->stepForward();
+        m_player->stepBack();
+        m_player->seekTo(unitsPerSecond);
+        QCOMPARE(m_player->shownNumber(), 0);
+        Play();
+        runEvents(200);
+        QVERIFY(OPENED && !PAUSED);
+        QCOMPARE(m_player->shownNumber(), 0);
+        Pause();
+        QVERIFY(m_player->settle());
+    }
+}
+
+void TroubleTest::aStreamWithoutADurationIsSteppedThrough()
+{
+    Open(painted("raw.h264", h264));
+    Pause();
+    QVERIFY(OPENED);
+    QCOMPARE(Duration, MediaTime(0));
+    runEvents(100);
+    int number = m_player->shownNumber();
+    QVERIFY(number >= 0 && number < 25);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+    while (number < 49) {
+        m_player->stepForward();
+        QCOMPARE(m_player->shownNumber(), ++number);
+        QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+        if (number == 40) {
+            // Nothing else moves it: there are no times to go to.
+            m_player->stepBack();
+            m_player->seekTo(steppedPosition(GetPosition(), unitsPerSecond, Duration));
+            m_player->seekTo(0);
+            QCOMPARE(m_player->shownNumber(), number);
+        }
+    }
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), 49);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+}
+
+void TroubleTest::aStreamWithAGuessedDurationIsSteppedThrough()
+{
+    m_player->openPaused(painted("raw.m2v", {"-c:v", "mpeg2video", "-g", "12"}));
+    QCOMPARE(m_player->shownNumber(), 0);
+    for (int number = 1; number <= 49; ++number) {
+        m_player->stepForward();
+        QCOMPARE(m_player->shownNumber(), number);
+    }
+    m_player->stepForward();
+    QCOMPARE(m_player->shownNumber(), 49);
+    m_player->stepBack();
+    QCOMPARE(m_player->shownNumber(), 48);
+}
+
+void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked_data()
+{
+    QTest::addColumn<bool>("playing");
+    QTest::newRow("paused") << false;
+    QTest::newRow("playing") << true;
+}
+
+void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked()
+{
+    QFETCH(bool, playing);
+    m_player->openPaused(makeFilm(standardFilm("h264_25.mp4")));
+    if (playing)
+        Play();
+    constexpr int keyRepeatMilliseconds = 33;
+    const auto hammer = [](int times) {
+        for (int command = 0; command < times; ++command) {
+            switch (command % 5) {
+            case 0:
+                SetPosition(steppedPosition(GetPosition(), 5.0 * unitsPerSecond, Duration));
+                break;
+            case 1:
+                SetPosition(steppedPosition(GetPosition(), -3.0 * unitsPerSecond, Duration));
+                break;
+            case 2:
+                SetRate(command % 2 == 0 ? 6.0 : 0.1);
+                break;
+            default:
+                SetPosition(steppedPosition(GetPosition(), unitsPerSecond / fps, Duration), SeekTo::NextPicture);
+                break;
+            }
+            runEvents(keyRepeatMilliseconds);
+        }
+    };
+    hammer(45);
+    const qint64 before = residentKilobytes();
+    hammer(90);
+    QVERIFY2(residentKilobytes() - before < 30'000, "memory grows with every command");
+    SetRate(1.0);
+    QCOMPARE(PAUSED, !playing);
+    const MediaTime asked = 7 * unitsPerSecond;
+    SetPosition(asked);
+    QCOMPARE(GetPosition(), asked);
+    QVERIFY(m_player->settle());
+    if (playing) {
+        QVERIFY(GetPosition() - asked < unitsPerSecond);
+        QTRY_VERIFY(GetPosition() > asked + unitsPerSecond / 4);
+        Pause();
+        QVERIFY(m_player->settle());
+    } else {
+        QCOMPARE(m_player->shownNumber(), 7 * 25);
+    }
+    // Play and pause at the same speed.
+    for (int command = 0; command < 40; ++command) {
+        if (PAUSED)
+            Play();
+        else
+            Pause();
+        if (command % 3 == 0)
+            SetPosition(steppedPosition(GetPosition(), -1.0 * unitsPerSecond / fps, Duration), SeekTo::PreviousPicture);
+        runEvents(keyRepeatMilliseconds / 2);
+    }
+    QVERIFY(PAUSED);
+    QVERIFY(m_player->settle());
+    const MediaTime stands = GetPosition();
+    const int shown = m_player->shownNumber();
+    runEvents(150);
+    QCOMPARE(GetPosition(), stands);
+    QCOMPARE(m_player->shownNumber(), shown);
+    QCOMPARE(frameNumber(stands, fps), std::int64_t(shown));
+}
+
+void TroubleTest::openingAgainAndAgainLeaksNothing()
+{
+    const auto openAndClose = [this](int times) {
+        for (int round = 0; round < times; ++round) {
+            Open(m_film);
+            QVERIFY(OPENED);
+            SetPosition(Duration / 2);
+            Teardown();
+            runEvents(1);
+        }
+    };
+    openAndClose(5);
+    const qsizetype files = entriesOf("fd");
+    const qsizetype threads = entriesOf("task");
+    openAndClose(50);
+    QTRY_COMPARE(entriesOf("task"), threads);
+    QCOMPARE(entriesOf("fd"), files);
+    QCOMPARE(m_player->messages, QStringList());
+}
+
+QTEST_MAIN(TroubleTest)
+#include "trouble_test.moc"
