@@ -1,0 +1,100 @@
+#include "reader/film.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+/// How many reads are prepared for, at most.
+constexpr int mostReadsAhead = 4;
+
+} // namespace
+
+std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &interrupted, const Interrupted &ended)
+{
+    std::unique_ptr<FilmFile> file = FilmFile::open(path, interrupted, ended);
+    if (!file)
+        return nullptr;
+    std::unique_ptr<PictureFinder> finder = PictureFinder::create(std::move(file), interrupted);
+    if (!finder || interrupted())
+        return nullptr;
+
+    const FilmFile &opened = finder->file();
+    const AVFrame *first = finder->firstPicture();
+    const int width = first != nullptr ? first->width : opened.parameters().width;
+    const int height = first != nullptr ? first->height : opened.parameters().height;
+    const auto geometry =
+        shownGeometry(width, height, opened.pixelAspect(first), quarterTurnsOf(opened.stream()));
+    if (!geometry)
+        return nullptr;
+    return std::unique_ptr<Film>(new Film(std::move(finder), *geometry));
+}
+
+Film::Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry)
+    : m_finder(std::move(finder))
+    , m_geometry(geometry)
+    , m_painter(geometry)
+    , m_frameRate(m_finder->file().frameRate())
+    , m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->file().stream().time_base)))
+    , m_frameCount(m_finder->file().pictureCount())
+    , m_pattern(av_q2d(m_frameRate))
+{
+}
+
+std::size_t Film::pictureBytes() const
+{
+    return static_cast<std::size_t>(m_geometry.bytes().value_or(0));
+}
+
+double Film::frameRate() const
+{
+    return av_q2d(m_frameRate);
+}
+
+std::int64_t Film::timeOf(std::int64_t index) const
+{
+    constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t lastIndex = std::int64_t(1) << 40;
+    const std::int64_t halfFrames = 2 * std::clamp<std::int64_t>(index, 0, lastIndex) + 1;
+    const std::int64_t afterZero =
+        av_rescale_rnd(halfFrames, m_frameLength.num, std::int64_t(2) * m_frameLength.den, AV_ROUND_DOWN);
+    const std::int64_t zero = m_finder->zero();
+    if (afterZero < 0 || (zero > 0 && afterZero >= latest - zero))
+        return latest - 1;
+    return zero + afterZero;
+}
+
+bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupted &interrupted)
+{
+    const std::size_t size = pictureBytes();
+    const auto count = static_cast<std::int64_t>(pixels.size() / size);
+    index = std::clamp(index, std::int64_t(0), std::numeric_limits<std::int64_t>::max() - count);
+    m_pattern.note(index);
+    std::vector<std::int64_t> expected;
+    for (std::int64_t next = index + 1; next < index + count; ++next)
+        expected.push_back(timeOf(next));
+    if (count == 1) {
+        for (const std::int64_t next : m_pattern.next(std::min(m_pattern.readsLeft(), mostReadsAhead)))
+            expected.push_back(timeOf(next));
+    }
+    m_finder->expect(std::move(expected), count == 1 && m_pattern.strides());
+
+    for (std::int64_t picture = 0; picture < count; ++picture) {
+        const PictureFinder::Answer answer = m_finder->find(timeOf(index + picture), interrupted);
+        if (answer.outcome == PictureFinder::Outcome::Stopped)
+            return false;
+        paint(answer.picture, pixels.subspan(static_cast<std::size_t>(picture) * size, size));
+    }
+    return true;
+}
+
+void Film::paint(const AVFrame *picture, std::span<std::byte> pixels)
+{
+    if (picture == nullptr || !m_painter.paint(*picture, pixels))
+        PicturePainter::paintBlack(pixels);
+}
+
+void Film::workAhead(const Interrupted &interrupted)
+{
+    m_finder->workAhead(interrupted);
+}

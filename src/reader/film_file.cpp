@@ -1,0 +1,353 @@
+#include "reader/film_file.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <string_view>
+
+namespace {
+
+constexpr AVRational guessedFrameRate = {25, 1};
+
+bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names)
+{
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
+{
+    return AVERROR(EPERM);
+}
+
+bool isRegularFile(const std::string &path)
+{
+    std::error_code error;
+    return std::filesystem::is_regular_file(std::u8string(path.begin(), path.end()), error);
+}
+
+bool isPositive(AVRational rate)
+{
+    return rate.num > 0 && rate.den > 0;
+}
+
+} // namespace
+
+std::unique_ptr<FilmFile> FilmFile::open(const std::string &path, const Interrupted &interrupted,
+                                         const Interrupted &ended)
+{
+    std::unique_ptr<FilmFile> file(new FilmFile(path, ended));
+    if (!isRegularFile(path) || !file->openContext(interrupted))
+        return nullptr;
+    // Until it has moved once, a Matroska file does not know its index.
+    if (std::string_view(file->m_context->iformat->name).starts_with("matroska") && !file->rewind())
+        return nullptr;
+    return file;
+}
+
+int FilmFile::onInterrupt(void *file)
+{
+    const auto *self = static_cast<const FilmFile *>(file);
+    return self->m_ended() || (self->m_interrupted != nullptr && (*self->m_interrupted)()) ? 1 : 0;
+}
+
+bool FilmFile::openContext(const Interrupted &interrupted)
+{
+    m_context.reset();
+    m_input.reset();
+    m_stream = nullptr;
+    m_interrupted = &interrupted;
+    const AVIOInterruptCB callback = {&FilmFile::onInterrupt, this};
+
+    AVDictionary *options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    AVIOContext *input = nullptr;
+    const int opened = avio_open2(&input, ("file:" + m_path).c_str(), AVIO_FLAG_READ, &callback, &options);
+    m_input.reset(input);
+    av_dict_free(&options);
+    AVFormatContext *context = opened < 0 ? nullptr : avformat_alloc_context();
+    if (context == nullptr)
+        return false;
+
+    // What is read names other files in vain: no protocol is allowed and none is opened. Without a file name, no
+    // demuxer is chosen by it, nor makes another name of it.
+    context->pb = m_input.get();
+    context->interrupt_callback = callback;
+    context->io_open = refuseToOpen;
+    context->protocol_whitelist = av_strdup("none");
+    // The player shows what an edit list leaves out, and counts from it.
+    av_dict_set(&options, "advanced_editlist", "0", 0);
+    const int result = avformat_open_input(&context, nullptr, nullptr, &options); // frees the context on failure
+    av_dict_free(&options);
+    if (result < 0)
+        return false;
+    m_context.reset(context);
+    const bool usable = avformat_find_stream_info(context, nullptr) >= 0 && chooseStream() && prepareOrder();
+    m_interrupted = nullptr;
+    if (!usable) {
+        m_context.reset();
+        return false;
+    }
+    Packet first = readStream();
+    if (!m_first && first) {
+        m_first.reset(av_packet_alloc());
+        if (!m_first || av_packet_copy_props(m_first.get(), first.get()) < 0)
+            return false;
+        m_first->pos = first->pos;
+    }
+    m_unread.push_back(std::move(first));
+    return m_unread.front() != nullptr;
+}
+
+bool FilmFile::chooseStream()
+{
+    constexpr int notShown = AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS;
+    for (unsigned index = 0; index < m_context->nb_streams; ++index) {
+        AVStream *stream = m_context->streams[index];
+        stream->discard = AVDISCARD_ALL;
+        if (stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO || (stream->disposition & notShown) != 0)
+            continue;
+        const bool preferred = (stream->disposition & AV_DISPOSITION_DEFAULT) != 0;
+        if (m_stream == nullptr || (preferred && (m_stream->disposition & AV_DISPOSITION_DEFAULT) == 0))
+            m_stream = stream;
+    }
+    if (m_stream == nullptr || !isPositive(m_stream->time_base))
+        return false;
+    m_stream->discard = AVDISCARD_DEFAULT;
+
+    const std::string_view format = m_context->iformat->name;
+    m_complete = isOneOf(format, {"mov,mp4,m4a,3gp,3g2,mj2", "avi"});
+    m_sparseIndex = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    return true;
+}
+
+bool FilmFile::prepareOrder()
+{
+    const AVInputFormat &format = *m_context->iformat;
+    const bool isAvi = std::string_view(format.name) == "avi";
+    m_filter.reset();
+    if (isAvi && m_stream->codecpar->codec_id == AV_CODEC_ID_MPEG4) {
+        // A picture and the bidirectional one before it in one packet, an empty packet after.
+        AVBSFContext *filter = nullptr;
+        const int result = av_bsf_alloc(av_bsf_get_by_name("mpeg4_unpack_bframes"), &filter);
+        m_filter.reset(filter);
+        if (result < 0 || avcodec_parameters_copy(filter->par_in, m_stream->codecpar) < 0)
+            return false;
+        filter->time_base_in = m_stream->time_base;
+        if (av_bsf_init(filter) < 0)
+            return false;
+    }
+    m_tellsTimes = !isAvi && m_stream->start_time != AV_NOPTS_VALUE;
+    m_order = m_tellsTimes ? PresentationOrder::filling(*m_stream->codecpar)
+                           : PresentationOrder::of(*m_stream->codecpar);
+    forgetPosition();
+    return true;
+}
+
+// What the film is like
+
+const AVCodecParameters &FilmFile::parameters() const
+{
+    return m_filter ? *m_filter->par_out : *m_stream->codecpar;
+}
+
+AVRational FilmFile::frameRate() const
+{
+    for (const AVRational rate : {m_stream->avg_frame_rate, m_stream->r_frame_rate}) {
+        if (isPositive(rate))
+            return rate;
+    }
+    return guessedFrameRate;
+}
+
+std::int64_t FilmFile::duration() const
+{
+    if (m_stream->duration != AV_NOPTS_VALUE && m_stream->duration > 0)
+        return m_stream->duration;
+    if (m_context->duration != AV_NOPTS_VALUE && m_context->duration > 0)
+        return av_rescale_q(m_context->duration, AV_TIME_BASE_Q, m_stream->time_base);
+    return 0;
+}
+
+std::int64_t FilmFile::pictureCount() const
+{
+    if (m_stream->nb_frames > 0)
+        return m_stream->nb_frames;
+    const AVRational length = av_mul_q(av_inv_q(frameRate()), av_inv_q(m_stream->time_base));
+    return length.num > 0 ? av_rescale(duration(), length.den, length.num) : 0;
+}
+
+AVRational FilmFile::pixelAspect(const AVFrame *picture) const
+{
+    // The function only reads the picture, though it does not say so.
+    return av_guess_sample_aspect_ratio(m_context.get(), m_stream, const_cast<AVFrame *>(picture));
+}
+
+std::optional<std::int64_t> FilmFile::indexedKey(std::int64_t decodingTime) const
+{
+    if (m_sparseIndex || avformat_index_get_entries_count(m_stream) < 2)
+        return std::nullopt;
+    const AVIndexEntry *entry =
+        avformat_index_get_entry_from_timestamp(m_stream, decodingTime, AVSEEK_FLAG_BACKWARD);
+    if (entry == nullptr)
+        return std::nullopt;
+    return entry->timestamp;
+}
+
+// Reading
+
+Packet FilmFile::readStream()
+{
+    if (!m_unread.empty()) {
+        Packet packet = std::move(m_unread.front());
+        m_unread.pop_front();
+        return packet;
+    }
+    if (!m_context)
+        return nullptr;
+    // After a broken packet there may be a good one.
+    constexpr int mostFailures = 100;
+    Packet packet(av_packet_alloc());
+    for (int failures = 0; packet && failures < mostFailures;) {
+        const int result = av_read_frame(m_context.get(), packet.get());
+        if (result == AVERROR_EOF || result == AVERROR_EXIT)
+            return nullptr;
+        if (result < 0)
+            ++failures;
+        else if (packet->stream_index == m_stream->index)
+            return packet;
+        av_packet_unref(packet.get());
+    }
+    return nullptr;
+}
+
+Packet FilmFile::readFiltered()
+{
+    if (!m_filter)
+        return readStream();
+    Packet packet(av_packet_alloc());
+    while (packet) {
+        const int received = av_bsf_receive_packet(m_filter.get(), packet.get());
+        if (received == 0)
+            return packet;
+        if (received == AVERROR_EOF)
+            return nullptr;
+        const Packet next = readStream();
+        if (av_bsf_send_packet(m_filter.get(), next.get()) < 0 && !next)
+            return nullptr;
+    }
+    return nullptr;
+}
+
+Packet FilmFile::read()
+{
+    if (!m_order) {
+        Packet packet = readFiltered();
+        if (packet && packet->pts == AV_NOPTS_VALUE && m_stream->codecpar->video_delay == 0)
+            packet->pts = packet->dts;
+        return packet;
+    }
+    for (;;) {
+        if (Packet packet = m_order->pop())
+            return packet;
+        if (m_orderEnded)
+            return nullptr;
+        Packet packet = readFiltered();
+        if (!packet) {
+            m_order->end();
+            m_orderEnded = true;
+            continue;
+        }
+        if (packet->dts == AV_NOPTS_VALUE)
+            packet->dts = nextSlot(*packet);
+        m_lastSlot = packet->dts;
+        m_order->push(std::move(packet));
+    }
+}
+
+std::int64_t FilmFile::nextSlot(const AVPacket &packet)
+{
+    const std::int64_t length = av_rescale_q(1, av_inv_q(frameRate()), m_stream->time_base);
+    const std::int64_t slot = m_lastSlot == AV_NOPTS_VALUE ? 0 : m_lastSlot + std::max<std::int64_t>(length, 1);
+    // Without a time to seek by, the way back is by the places of keys that were met.
+    m_countsSlots = m_countsSlots || !m_tellsTimes;
+    if (m_countsSlots && (packet.flags & AV_PKT_FLAG_KEY) != 0 && packet.pos >= 0)
+        m_keyPlaces.emplace(slot, packet.pos);
+    return slot;
+}
+
+// Moving
+
+void FilmFile::forgetPosition()
+{
+    m_unread.clear();
+    m_lastSlot = AV_NOPTS_VALUE;
+    m_orderEnded = false;
+    if (m_order)
+        m_order->clear();
+    if (m_filter)
+        av_bsf_flush(m_filter.get());
+}
+
+bool FilmFile::seek(std::int64_t time)
+{
+    forgetPosition();
+    if (m_countsSlots)
+        return seekToMetKey(time);
+    return m_context && av_seek_frame(m_context.get(), m_stream->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool FilmFile::seekToMetKey(std::int64_t time)
+{
+    auto key = m_keyPlaces.upper_bound(time);
+    if (!m_context || key == m_keyPlaces.begin())
+        return false;
+    --key;
+    const int result = avformat_seek_file(m_context.get(), -1, 0, key->second, key->second, AVSEEK_FLAG_BYTE);
+    Packet packet = result < 0 ? nullptr : readStream();
+    if (!packet || packet->pos != key->second)
+        return false;
+    packet->dts = key->first;
+    m_unread.push_back(std::move(packet));
+    return true;
+}
+
+bool FilmFile::seekToStart()
+{
+    forgetPosition();
+    if (!m_context)
+        return false;
+    // By times a seek finds a key picture; the film may begin before its first one.
+    const bool byBytes = (m_context->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0
+        && (m_sparseIndex || m_countsSlots);
+    int result = -1;
+    if (byBytes)
+        result = avformat_seek_file(m_context.get(), -1, std::numeric_limits<std::int64_t>::min(), 0, 0,
+                                    AVSEEK_FLAG_BYTE);
+    if (result < 0) {
+        const AVIndexEntry *entry = avformat_index_get_entry(m_stream, 0);
+        const std::int64_t start = m_stream->start_time == AV_NOPTS_VALUE ? 0 : m_stream->start_time;
+        result = av_seek_frame(m_context.get(), m_stream->index, entry == nullptr ? start : entry->timestamp,
+                               AVSEEK_FLAG_BACKWARD);
+    }
+    if (result < 0)
+        return false;
+    Packet first = readStream();
+    const bool found = first && isFirst(*first);
+    m_unread.push_back(std::move(first));
+    return found;
+}
+
+bool FilmFile::isFirst(const AVPacket &packet) const
+{
+    const auto agree = [](std::int64_t one, std::int64_t other) {
+        return one == other || one == AV_NOPTS_VALUE || other == AV_NOPTS_VALUE;
+    };
+    if (packet.pos >= 0 && m_first->pos >= 0 && packet.pos != m_first->pos)
+        return false;
+    return agree(packet.pts, m_first->pts) && agree(packet.dts, m_first->dts);
+}
+
+bool FilmFile::rewind()
+{
+    return seekToStart() || openContext(m_ended);
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "reader/command.h"
+#include "reader/film.h"
+#include "reader/interruption.h"
+#include "reader/server_blocks.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+/// Serves one program: takes its commands from the command block, decodes, and answers in the data and result blocks.
+class FrameServer {
+public:
+    /// Creates the shared objects, the liveness mutex last; null if a living reader has that share name or the system
+    /// refuses. `ended` tells that the program has ended.
+    [[nodiscard]] static std::unique_ptr<FrameServer> create(const std::string &shareName, Interrupted ended);
+    FrameServer(const FrameServer &) = delete;
+    FrameServer &operator=(const FrameServer &) = delete;
+
+    /// Returns when the program has said "exit" or has ended.
+    void run();
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// What is known of a file without opening it; nothing if it cannot be seen.
+    using FileState = std::optional<std::pair<std::filesystem::file_time_type, std::uintmax_t>>;
+
+    FrameServer(std::string shareName, Interrupted ended);
+    [[nodiscard]] bool createObjects();
+
+    /// False if the command was to end.
+    [[nodiscard]] bool carryOut(const std::string &text);
+    /// The reply, or nothing if there is none to be given.
+    [[nodiscard]] std::optional<std::string> reply(const Command &command);
+    [[nodiscard]] std::optional<std::string> open(const std::string &path);
+    [[nodiscard]] std::optional<std::string> read(const Command &command);
+    [[nodiscard]] std::string setFrames(std::int64_t count);
+    [[nodiscard]] std::string updateBuffer();
+
+    [[nodiscard]] std::optional<std::size_t> dataSize(std::int64_t frames) const;
+    [[nodiscard]] bool reserveData(std::size_t size);
+    void openAgainIfFileChanged();
+    [[nodiscard]] static FileState stateOf(const std::string &path);
+    [[nodiscard]] std::chrono::microseconds pause() const;
+
+    std::string m_shareName;
+    Interrupted m_ended;
+    Interrupted m_interrupted; ///< the program has ended or wants something else
+
+    std::optional<CommandBlock> m_commands;
+    std::optional<ResultBlock> m_results;
+    std::unique_ptr<SharedMemory> m_data;
+    std::unique_ptr<LivenessMutex> m_liveness;
+
+    std::unique_ptr<Film> m_film;
+    std::int64_t m_frames = 1;
+    Clock::time_point m_lastActivity = Clock::now();
+
+    /// A film that could not be opened: the program may want it again with the very same words, which nobody can tell
+    /// from the first ones.
+    struct Refused {
+        std::string path;
+        FileState state;
+        Clock::time_point looked;
+    };
+    std::optional<Refused> m_refused;
+};

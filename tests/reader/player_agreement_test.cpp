@@ -1,0 +1,141 @@
+#include "reader/film.h"
+#include "reader_films.h"
+
+#include "mpv_player.h"
+#include "films/film_witness.h"
+
+#include <QImage>
+#include <QTest>
+#include <QWidget>
+
+#include <array>
+#include <cmath>
+
+// The reader's pictures against those that the player shows: the same size, the same moment, the same colours.
+
+class PlayerAgreementTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void pictures_data();
+    void pictures();
+};
+
+namespace {
+
+bool never()
+{
+    return false;
+}
+
+FilmSpec spec(const QString &file, const QStringList &video, QSize size = {192, 108}, int rotation = 0)
+{
+    return {.file = "agree_" + file, .size = size, .frames = 40, .video = video, .audio = {}, .rotation = rotation};
+}
+
+QStringList x264(const QString &filter, const QStringList &more = {})
+{
+    return QStringList{"-vf", filter, "-c:v", "libx264", "-preset", "veryfast", "-crf", "14"} + more;
+}
+
+QImage readPicture(Film &film, std::int64_t index)
+{
+    QByteArray pixels(static_cast<qsizetype>(film.pictureBytes()), '\0');
+    if (!film.read(index, std::as_writable_bytes(std::span(pixels.data(), film.pictureBytes())), never))
+        return {};
+    const QImage image(reinterpret_cast<const uchar *>(pixels.constData()), film.width(), film.height(), film.width() * 3,
+                       QImage::Format_BGR888);
+    return image.convertToFormat(QImage::Format_RGB32);
+}
+
+// Mean difference of each channel (red, green, blue), over all pixels.
+std::array<double, 3> meanDifference(const QImage &one, const QImage &other)
+{
+    std::array<double, 3> sums{};
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x) {
+            const QRgb left = one.pixel(x, y);
+            const QRgb right = other.pixel(x, y);
+            sums[0] += std::abs(qRed(left) - qRed(right));
+            sums[1] += std::abs(qGreen(left) - qGreen(right));
+            sums[2] += std::abs(qBlue(left) - qBlue(right));
+        }
+    }
+    for (double &sum : sums)
+        sum /= one.width() * one.height();
+    return sums;
+}
+
+} // namespace
+
+void PlayerAgreementTest::pictures_data()
+{
+    QTest::addColumn<FilmSpec>("film");
+    const FilmSpec films[] = {
+        spec("plain.mp4", x264("format=yuv420p")),
+        spec("colour.mp4", x264("hue=h=90:s=3,format=yuv420p")),
+        spec("bt709.mp4", x264("hue=h=90:s=3,format=yuv420p", {"-colorspace", "bt709"})),
+        spec("large.mp4", x264("hue=h=90:s=3,format=yuv420p"), {1280, 720}),
+        spec("pal.mp4", x264("hue=h=90:s=3,format=yuv420p"), {720, 576}),
+        spec("full.mp4", x264("scale=out_range=full,format=yuv420p", {"-color_range", "pc"})),
+        spec("10bit.mp4", x264("hue=h=90:s=3,format=yuv420p10le")),
+        spec("422_10.mkv", x264("hue=h=90:s=3,format=yuv422p10le")),
+        spec("444.mkv", x264("hue=h=90:s=3,format=yuv444p")),
+        spec("wide_pixels.mp4", x264("setsar=64/45,format=yuv420p")),
+        spec("high_pixels.mkv", x264("setsar=8/9,format=yuv420p")),
+        spec("odd.mkv", x264("hue=h=90:s=3,crop=191:107:0:0,format=yuv444p")),
+        spec("odd_420.mkv", {"-vf", "hue=h=90:s=3,crop=191:107:0:0,format=yuv420p", "-c:v", "ffv1"}),
+        spec("rgb.mkv", {"-vf", "hue=h=90:s=3", "-c:v", "libx264rgb", "-crf", "10", "-pix_fmt", "rgb24"}),
+        spec("gbrp.mkv", {"-vf", "hue=h=90:s=3,format=gbrp", "-c:v", "ffv1"}),
+        spec("gray.mkv", {"-vf", "format=gray", "-c:v", "ffv1"}),
+        spec("gray16.mkv", {"-vf", "format=gray16le", "-c:v", "ffv1"}),
+        spec("mjpeg.avi", {"-vf", "hue=h=90:s=3", "-c:v", "mjpeg", "-q:v", "2"}),
+        spec("palette.gif", {"-vf", "hue=h=90:s=3", "-c:v", "gif"}),
+        spec("palette.mov", {"-vf", "hue=h=90:s=3,format=rgb8,format=pal8", "-c:v", "png"}),
+        spec("rgb555.avi", {"-vf", "hue=h=90:s=3,format=rgb555le", "-c:v", "rawvideo"}),
+        spec("alpha.mov", {"-vf", "hue=h=90:s=3,format=argb,colorchannelmixer=aa=0.5", "-c:v", "qtrle"}),
+        spec("alpha_ffv1.mkv", {"-vf", "hue=h=90:s=3,format=yuva420p,lutyuv=a=128", "-c:v", "ffv1"}),
+        spec("interlaced.mp4", x264("hue=h=90:s=3,format=yuv420p,interlace", {"-flags", "+ildct+ilme"})),
+        spec("right.mp4", x264("transpose=cclock,format=yuv420p"), {192, 108}, 90),
+        spec("mpeg2.mpg", {"-vf", "setsar=16/15", "-c:v", "mpeg2video", "-q:v", "2", "-bf", "2"}),
+        spec("mpeg4.avi", {"-vf", "setsar=16/11", "-c:v", "mpeg4", "-q:v", "2"}),
+        spec("vp9_10.webm", {"-vf", "format=yuv420p10le", "-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline",
+                             "realtime", "-b:v", "1M"}),
+        spec("bt2020.mkv", x264("hue=h=90:s=3,format=yuv420p10le", {"-colorspace", "bt2020nc"})),
+        spec("smpte240.mkv", x264("hue=h=90:s=3,format=yuv420p", {"-colorspace", "smpte240m"})),
+        spec("ycgco.mkv", x264("hue=h=90:s=3,format=yuv420p", {"-colorspace", "ycgco"})),
+    };
+    for (const FilmSpec &film : films)
+        QTest::newRow(qPrintable(film.file)) << film;
+}
+
+void PlayerAgreementTest::pictures()
+{
+    QFETCH(FilmSpec, film);
+    const QString path = makeFilm(film);
+    const auto read = Film::open(path.toStdString(), never, never);
+    QVERIFY(read);
+
+    MpvPlayer player;
+    player.openPaused(path);
+    QVERIFY(OPENED);
+    const auto *session = player.system().session();
+    qInfo("reader %d x %d player %d x %d  zero", read->width(), read->height(), session->width(), session->height());
+    player.system().surface().widget()->resize(read->width(), read->height());
+    for (const int index : {0, 7, 20}) {
+        player.seekTo(static_cast<MediaTime>((index + 0.01) / read->frameRate() * 1e7));
+        runEvents(50);
+        const QImage shown = player.system().surface().picture();
+        const QImage found = readPicture(*read, index);
+        const auto difference = meanDifference(shown, found);
+        qInfo("%d: number reader %d player %d, difference %.2f %.2f %.2f", index, paintedFrameNumber(found).value_or(-1),
+              paintedFrameNumber(shown).value_or(-1), difference[0], difference[1], difference[2]);
+        if (index == 7) { shown.save("/tmp/rd/" + film.file + ".shown.png"); found.save("/tmp/rd/" + film.file + ".found.png"); }
+    }
+}
+
+Q_DECLARE_METATYPE(FilmSpec)
+
+QTEST_MAIN(PlayerAgreementTest)
+#include "player_agreement_test.moc"

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "platform/process.h"
+#include "platform/shared_objects.h"
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+/// The program's side of the frame reader's protocol, word by word, with the built FrameReader at the other end.
+class ScriptedClient {
+public:
+    /// Starts a reader; `shareName` is empty for a reader that is given no name.
+    explicit ScriptedClient(const std::string &shareName = "TAVRIN");
+    /// Lets go of the reader and waits until it has ended.
+    ~ScriptedClient();
+    ScriptedClient(const ScriptedClient &) = delete;
+    ScriptedClient &operator=(const ScriptedClient &) = delete;
+
+    /// True if the reader lives and its blocks could be mapped.
+    [[nodiscard]] bool isReady() const { return m_command && m_result && m_data && isAlive(); }
+    [[nodiscard]] bool isAlive() const;
+    [[nodiscard]] bool hasEnded() const { return !m_process || m_process->ended(); }
+    /// The reader's process number, or -1.
+    [[nodiscard]] pid_t process() const { return m_number; }
+
+    /// Writes the command as the program does. It must fit the block.
+    void send(const std::string &command);
+    /// The reply to the command sent last, if there is one now.
+    [[nodiscard]] std::optional<std::string> reply() const;
+    /// Waits for it, looking every millisecond.
+    [[nodiscard]] std::optional<std::string> awaitReply(std::chrono::milliseconds patience = defaultPatience) const;
+    [[nodiscard]] std::optional<std::string> ask(const std::string &command,
+                                                 std::chrono::milliseconds patience = defaultPatience);
+
+    struct OpenFilm {
+        std::int32_t width = 0;
+        std::int32_t height = 0;
+        std::int64_t frameCount = 0;
+        double frameRate = 0.0;
+
+        [[nodiscard]] std::size_t pictureBytes() const
+        {
+            return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
+        }
+    };
+    /// "open" and what follows it: the buffer is updated and mapped for `frames` frames.
+    [[nodiscard]] std::optional<OpenFilm> open(const std::string &path, int frames = 1);
+
+    /// "bufupdate", and the data block mapped at `size` bytes; false if it is smaller.
+    [[nodiscard]] bool mapData(std::size_t size);
+
+    /// What the last reads have left in the data block.
+    [[nodiscard]] std::span<std::byte> data() const { return {m_data->data(), m_data->size()}; }
+    /// The raw command and result blocks.
+    [[nodiscard]] std::span<char> commandBlock() const;
+    [[nodiscard]] std::span<char> resultBlock() const;
+
+    static constexpr std::chrono::milliseconds defaultPatience{20'000};
+
+private:
+    std::string m_shareName;
+    std::unique_ptr<HiddenProcess> m_process;
+    pid_t m_number = -1;
+    std::unique_ptr<SharedMemory> m_command;
+    std::unique_ptr<SharedMemory> m_result;
+    std::unique_ptr<SharedMemory> m_data;
+    std::string m_sent;
+};
