@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -119,6 +120,7 @@ public:
         if (result.transparent >= 0)
             result.palette.push_back({});
         show(picture);
+        remember(picture);
         first = false;
         return result;
     }
@@ -287,6 +289,7 @@ private:
             std::uint8_t *const indices = result.pixels.data() + static_cast<std::ptrdiff_t>(row) * width;
             const std::uint8_t *const pixels = picture.ScanLine(row);
             const std::uint8_t *const pixelsBefore = first ? nullptr : shown.ScanLine(row);
+            const std::uint8_t *const sourceBefore = first ? nullptr : previous.ScanLine(row);
             int repeated = -1;
             for (int count = 0; count < width; ++count, column += step) {
                 const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(column) * Bitmap::bytesPerPixel;
@@ -306,8 +309,8 @@ private:
                 if (pixelsBefore) {
                     const PaletteColor before{pixelsBefore[at + 2], pixelsBefore[at + 1], pixelsBefore[at]};
                     const int keptError = squaredDistance({before.red, before.green, before.blue}, red, green, blue);
-                    if (keptError == 0 || keptError + price < error
-                        || (repeated == transparent && keptError <= error + worth)) {
+                    if (colorOf(pixels + at) == colorOf(sourceBefore + at) || keptError == 0
+                        || keptError + price < error || (repeated == transparent && keptError <= error + worth)) {
                         index = transparent;
                         color = before;
                         error = keptError;
@@ -357,8 +360,19 @@ private:
         }
     }
 
+    void remember(const Bitmap &picture)
+    {
+        // A bitmap may own more memory than its picture needs.
+        previous.SetSize(picture.Width(), picture.Height());
+        const auto rowSize = static_cast<std::size_t>(picture.Width()) * Bitmap::bytesPerPixel;
+        for (int row = 0; row < picture.Height(); ++row)
+            std::memcpy(previous.ScanLine(row), picture.ScanLine(row), rowSize);
+    }
+
     IndexedPicture result;
+    /// What a viewer shows before the next picture, and the picture that was to be shown there.
     Bitmap shown;
+    Bitmap previous;
     bool first = true;
 
     ColorNumbers numbers;

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-// Files that are read and replaced in one piece. All functions report the system's reason as an error code and
+// Files that are read, replaced and flushed in one piece. All functions report the system's reason as an error code and
 // throw nothing but std::bad_alloc.
 
 /// Reads the whole regular file into `bytes`. On an error `bytes` is unspecified. What is no regular file (a
@@ -40,3 +40,6 @@ protected:
 
 /// Makes `bytes` the content of `file`, wholly or not at all, as FileReplacement does.
 [[nodiscard]] std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes);
+
+/// Returns when the content of `file`, whoever wrote it, is on the disk.
+[[nodiscard]] std::error_code flushFile(const std::filesystem::path &file);

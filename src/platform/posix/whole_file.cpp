@@ -79,12 +79,12 @@ std::error_code writeAll(const FileDescriptor &file, std::string_view bytes)
     return {};
 }
 
-std::error_code flushAndClose(FileDescriptor &file)
+std::error_code flush(const FileDescriptor &file)
 {
     // Some file systems cannot flush; what they cannot do is no reason to keep the user's work from them.
     if (::fsync(file.number()) != 0 && errno != EINVAL && errno != ENOTSUP)
         return lastError();
-    return file.close() != 0 ? lastError() : std::error_code();
+    return {};
 }
 
 std::filesystem::path folderOf(const std::filesystem::path &file)
@@ -111,9 +111,9 @@ public:
 
     std::error_code commit() override
     {
-        if (const std::error_code error = flushAndClose(descriptor))
+        if (const std::error_code error = flush(descriptor))
             return error;
-        if (std::rename(unfinished.path().c_str(), target.c_str()) != 0)
+        if (descriptor.close() != 0 || std::rename(unfinished.path().c_str(), target.c_str()) != 0)
             return lastError();
         unfinished.keep();
         flushFolder(folderOf(target));
@@ -213,4 +213,10 @@ std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_
     if ((error = replacement->write(bytes)))
         return error;
     return replacement->commit();
+}
+
+std::error_code flushFile(const std::filesystem::path &file)
+{
+    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return descriptor.isOpen() ? flush(descriptor) : lastError();
 }
