@@ -55,14 +55,11 @@ void makeFolder(const QString &folder)
     const std::filesystem::path path = folder.toStdU16String();
     if (std::filesystem::is_directory(path, error))
         return;
-    std::filesystem::create_directory(path, error);
-    // A file in the folder's place is no error to the system.
-    if (!error && !std::filesystem::is_directory(path, error))
-        error = std::make_error_code(std::errc::not_a_directory);
-    if (error) {
-        throw UserError(
-            QStringLiteral("Не удалось создать папку изображений «%1»: %2").arg(folder, errorReason(error)));
-    }
+    const bool occupied = std::filesystem::exists(path, error);
+    if (!occupied && std::filesystem::create_directory(path, error))
+        return;
+    throw UserError(QStringLiteral("Не удалось создать папку изображений «%1»: %2")
+                        .arg(folder, occupied ? QStringLiteral("под этим именем есть файл") : errorReason(error)));
 }
 
 } // namespace

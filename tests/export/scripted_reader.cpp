@@ -121,13 +121,12 @@ private:
         if (word == "exit")
             std::_Exit(EXIT_SUCCESS);
         if (word == "frames")
-            frames = static_cast<int>(number);
+            frames = static_cast<std::size_t>(number);
         if (word == "bufupdate") {
             data.reset();
-            data = SharedMemory::create(nameOf(frame_protocol::dataBlock),
-                                        deed == "small" ? 1 : static_cast<std::size_t>(frames) * frameSize);
+            data = SharedMemory::create(nameOf(frame_protocol::dataBlock), deed == "small" ? 1 : frames * frameSize);
         }
-        if (word == "read" && data->size() >= frameSize)
+        if (word == "read" && data->size() >= ownFrameSize)
             paint(number);
         pauseFor(deed);
         if (deed == "silent")
@@ -149,6 +148,12 @@ private:
         char separator = ' ';
         if (deed.starts_with("reply "))
             reply = deed.substr(6);
+        if (word == "open") {
+            std::istringstream size(reply);
+            std::size_t width = 0;
+            std::size_t height = 0;
+            frameSize = size >> width >> height && width * height < 10'000'000 ? width * height * 3 : ownFrameSize;
+        }
         if (deed.starts_with("separator "))
             separator = deed.back();
         if (deed == "endless")
@@ -173,12 +178,13 @@ private:
         }
     }
 
-    static constexpr std::size_t frameSize = std::size_t{3} * scripted_reader::width * scripted_reader::height;
+    static constexpr std::size_t ownFrameSize = std::size_t{3} * scripted_reader::width * scripted_reader::height;
 
     std::string name;
     Script script;
     std::ofstream log;
-    int frames = 1;
+    std::size_t frames = 1;
+    std::size_t frameSize = ownFrameSize;
     std::unique_ptr<SharedMemory> command;
     std::unique_ptr<SharedMemory> result;
     std::unique_ptr<SharedMemory> data;
