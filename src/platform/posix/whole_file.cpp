@@ -65,7 +65,7 @@ std::error_code refusalOf(const struct stat &status)
     return systemError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
 }
 
-std::error_code writeAndFlush(FileDescriptor &file, std::string_view bytes)
+std::error_code writeAll(const FileDescriptor &file, std::string_view bytes)
 {
     while (!bytes.empty()) {
         const ssize_t written = ::write(file.number(), bytes.data(), bytes.size());
@@ -76,10 +76,20 @@ std::error_code writeAndFlush(FileDescriptor &file, std::string_view bytes)
         }
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
+    return {};
+}
+
+std::error_code flush(const FileDescriptor &file)
+{
     // Some file systems cannot flush; what they cannot do is no reason to keep the user's work from them.
     if (::fsync(file.number()) != 0 && errno != EINVAL && errno != ENOTSUP)
         return lastError();
-    return file.close() != 0 ? lastError() : std::error_code();
+    return {};
+}
+
+std::filesystem::path folderOf(const std::filesystem::path &file)
+{
+    return file.has_parent_path() ? file.parent_path() : ".";
 }
 
 /// Flushes the new name itself; the content is safe already, so a failure changes nothing.
@@ -89,6 +99,32 @@ void flushFolder(const std::filesystem::path &folder)
     if (descriptor.isOpen())
         (void)::fsync(descriptor.number());
 }
+
+class PosixReplacement final : public FileReplacement {
+public:
+    PosixReplacement(int number, const std::filesystem::path &name, std::filesystem::path file)
+        : descriptor(number), unfinished(name), target(std::move(file))
+    {
+    }
+
+    std::error_code write(std::string_view bytes) override { return writeAll(descriptor, bytes); }
+
+    std::error_code commit() override
+    {
+        if (const std::error_code error = flush(descriptor))
+            return error;
+        if (descriptor.close() != 0 || std::rename(unfinished.path().c_str(), target.c_str()) != 0)
+            return lastError();
+        unfinished.keep();
+        flushFolder(folderOf(target));
+        return {};
+    }
+
+private:
+    FileDescriptor descriptor;
+    UnfinishedFile unfinished;
+    std::filesystem::path target;
+};
 
 } // namespace
 
@@ -120,23 +156,26 @@ std::error_code readWholeFile(const std::filesystem::path &file, std::string &by
     return {};
 }
 
-std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes)
+std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::path &file, std::error_code &error)
 {
+    const auto refused = [&error](const std::error_code &reason) {
+        error = reason;
+        return nullptr;
+    };
     std::error_code unresolved;
     std::filesystem::path target = std::filesystem::canonical(file, unresolved);
     if (unresolved)
         target = file;
-    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
 
     struct stat old = {};
     const bool exists = ::stat(target.c_str(), &old) == 0;
     if (!exists && errno != ENOENT)
-        return lastError();
+        return refused(lastError());
     if (exists) {
         if (const std::error_code refusal = refusalOf(old))
-            return refusal;
+            return refused(refusal);
         if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
-            return lastError();
+            return refused(lastError());
     }
 
     // The name beside the file is short, since the file's own may already be as long as names can be. Until the
@@ -147,15 +186,14 @@ std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_
     int number = -1;
     std::filesystem::path name;
     for (int attempt = 0; number < 0 && attempt < nameAttempts; ++attempt) {
-        name = folder / (".tavrin-" + std::to_string(::getpid()) + '-' + std::to_string(attempt));
+        name = folderOf(target) / (".tavrin-" + std::to_string(::getpid()) + '-' + std::to_string(attempt));
         number = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? ownerOnly : newFile);
         if (number < 0 && errno != EEXIST)
-            return lastError();
+            return refused(lastError());
     }
     if (number < 0)
-        return lastError();
-    FileDescriptor descriptor(number);
-    UnfinishedFile unfinished(name);
+        return refused(lastError());
+    auto replacement = std::make_unique<PosixReplacement>(number, name, target);
 
     if (exists) {
         // Only the owner that the system lets us give; file systems without permissions refuse both.
@@ -163,11 +201,22 @@ std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_
             (void)!::fchown(number, static_cast<uid_t>(-1), old.st_gid);
         (void)::fchmod(number, old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
     }
-    if (const std::error_code error = writeAndFlush(descriptor, bytes))
+    return replacement;
+}
+
+std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes)
+{
+    std::error_code error;
+    const std::unique_ptr<FileReplacement> replacement = FileReplacement::create(file, error);
+    if (!replacement)
         return error;
-    if (std::rename(unfinished.path().c_str(), target.c_str()) != 0)
-        return lastError();
-    unfinished.keep();
-    flushFolder(folder);
-    return {};
+    if ((error = replacement->write(bytes)))
+        return error;
+    return replacement->commit();
+}
+
+std::error_code flushFile(const std::filesystem::path &file)
+{
+    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return descriptor.isOpen() ? flush(descriptor) : lastError();
 }

@@ -388,13 +388,13 @@ void MpvSession::finish()
     m_film.last = m_search->last();
     m_search.reset();
     m_underWay = SearchCommand::Done;
-    applyPause();
-    if (const auto wish = std::exchange(m_wish, std::nullopt)) {
-        pursue(*wish);
-        return;
-    }
+    // Before any sound: the core's tempo filter fails at the rate of a step.
     setNumber("speed", m_rate);
-    Q_EMIT landed();
+    applyPause();
+    if (const auto wish = std::exchange(m_wish, std::nullopt))
+        pursue(*wish);
+    else
+        Q_EMIT landed();
 }
 
 // Events

@@ -1,0 +1,137 @@
+#include "export/gif_image.h"
+
+#include "export/color_reduction.h"
+
+#include <gif_lib.h>
+
+#include <array>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int hundredthsPerFrame = 25;
+constexpr int colorResolution = 8;
+
+struct FreeColorMap {
+    void operator()(ColorMapObject *map) const { GifFreeMapObject(map); }
+};
+using ColorMap = std::unique_ptr<ColorMapObject, FreeColorMap>;
+
+ColorMap colorMapOf(const std::vector<PaletteColor> &palette)
+{
+    const int colors = static_cast<int>(palette.size());
+    ColorMap map(GifMakeMapObject(1 << GifBitSize(colors), nullptr));
+    if (!map)
+        throw std::bad_alloc();
+    for (int i = 0; i < colors; ++i) {
+        const PaletteColor &color = palette[static_cast<std::size_t>(i)];
+        map->Colors[i] = {color.red, color.green, color.blue};
+    }
+    return map;
+}
+
+} // namespace
+
+/// The GIF library's writing side. It writes into memory, so that its only error is the lack of it.
+class TGIFImage::Writer {
+public:
+    Writer(int gifWidth, int gifHeight, Sink gifSink) : width(gifWidth), height(gifHeight), sink(std::move(gifSink))
+    {
+        file.reset(EGifOpen(&bytes, &Writer::take, nullptr));
+        if (!file)
+            throw std::bad_alloc();
+        EGifSetGifVersion(file.get(), true);
+        check(EGifPutScreenDesc(file.get(), width, height, colorResolution, 0, nullptr));
+    }
+
+    void add(const Bitmap &frame)
+    {
+        const IndexedPicture &picture = colors.reduce(frame);
+        const ColorMap map = colorMapOf(picture.palette);
+        if (!looping)
+            putLooping();
+        const GraphicsControlBlock control{DISPOSE_DO_NOT, false, hundredthsPerFrame, picture.transparent};
+        std::array<GifByteType, 4> extension{};
+        const auto length = static_cast<int>(EGifGCBToExtension(&control, extension.data()));
+        check(EGifPutExtension(file.get(), GRAPHICS_EXT_FUNC_CODE, length, extension.data()));
+        check(EGifPutImageDesc(file.get(), 0, 0, width, height, false, map.get()));
+        // The library takes the pixels as its own to change.
+        pixels = picture.pixels;
+        check(EGifPutLine(file.get(), pixels.data(), static_cast<int>(pixels.size())));
+        passOn();
+    }
+
+    void finish()
+    {
+        check(EGifCloseFile(file.release(), nullptr));
+        passOn();
+    }
+
+private:
+    struct Close {
+        void operator()(GifFileType *unfinished) const { EGifCloseFile(unfinished, nullptr); }
+    };
+
+    void putLooping()
+    {
+        constexpr std::array<GifByteType, 3> forever{1, 0, 0};
+        constexpr std::string_view application = "NETSCAPE2.0";
+        check(EGifPutExtensionLeader(file.get(), APPLICATION_EXT_FUNC_CODE));
+        check(EGifPutExtensionBlock(file.get(), static_cast<int>(application.size()), application.data()));
+        check(EGifPutExtensionBlock(file.get(), static_cast<int>(forever.size()), forever.data()));
+        check(EGifPutExtensionTrailer(file.get()));
+        looping = true;
+    }
+
+    void passOn()
+    {
+        sink(bytes);
+        bytes.clear();
+    }
+
+    static int take(GifFileType *gif, const GifByteType *taken, int count) noexcept
+    {
+        try {
+            static_cast<std::string *>(gif->UserData)
+                ->append(reinterpret_cast<const char *>(taken), static_cast<std::size_t>(count));
+            return count;
+        } catch (const std::bad_alloc &) {
+            return 0;
+        }
+    }
+
+    static void check(int outcome)
+    {
+        if (outcome != GIF_OK)
+            throw std::bad_alloc();
+    }
+
+    int width;
+    int height;
+    Sink sink;
+    bool looping = false;
+    std::string bytes;
+    std::unique_ptr<GifFileType, Close> file;
+    ColorReduction colors;
+    std::vector<GifByteType> pixels;
+};
+
+TGIFImage::TGIFImage(int width, int height, Sink sink)
+    : writer(std::make_unique<Writer>(width, height, std::move(sink)))
+{
+}
+
+TGIFImage::~TGIFImage() = default;
+
+void TGIFImage::Add(const Bitmap &frame)
+{
+    writer->add(frame);
+}
+
+void TGIFImage::finish()
+{
+    writer->finish();
+}

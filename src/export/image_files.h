@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+// Where the exports of a video lie, named after it.
+
+/// The folder with the GIFs of the video's scenes.
+[[nodiscard]] QString imagesFolderOf(const QString &videoPath);
+
+/// The GIF of the scene with these texts, in the images folder.
+[[nodiscard]] QString gifFileOf(const QString &videoPath, const QString &position, const QString &length);
+
+/// Why these texts of a scene make no plain file name, in Russian, to follow a colon; empty if they do. A plain name
+/// cannot lead out of its folder.
+[[nodiscard]] QString refusalOfGifName(const QString &position, const QString &length);
+
+/// The database of the video's scenes.
+[[nodiscard]] QString databaseFileOf(const QString &videoPath);

@@ -1,0 +1,70 @@
+#include "export/scene_gif.h"
+
+#include "export/bitmap.h"
+#include "export/frame_reader.h"
+#include "export/gif_image.h"
+#include "platform/whole_file.h"
+#include "util/error_reason.h"
+#include "util/numbers.h"
+#include "util/user_error.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr int gifSide = 200;
+constexpr double longestScene = 24.0 * 60 * 60;
+
+void throwIf(const std::error_code &error, const QString &file)
+{
+    if (error)
+        throwSaveError(file, errorReason(error));
+}
+
+/// Fills `bitmap` with the frame in the reader's local buffer.
+void takeFrame(const FRAME_READER &reader, Bitmap &bitmap)
+{
+    bitmap.SetSize(reader.width(), reader.height());
+    const std::uint8_t *row = reader.localBuffer().data();
+    const std::size_t rowSize = static_cast<std::size_t>(reader.width()) * Bitmap::bytesPerPixel;
+    for (int y = 0; y < reader.height(); ++y, row += rowSize)
+        std::memcpy(bitmap.ScanLine(y), row, rowSize);
+}
+
+} // namespace
+
+void throwSaveError(const QString &file, const QString &reason)
+{
+    throw UserError(QStringLiteral("Не удалось сохранить GIF в файл «%1»: %2").arg(file, reason));
+}
+
+bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, double length)
+{
+    if (length > longestScene)
+        throwSaveError(file, QStringLiteral("сцена длиннее суток"));
+    std::error_code error;
+    const std::unique_ptr<FileReplacement> replacement = FileReplacement::create(file.toStdU16String(), error);
+    throwIf(error, file);
+
+    TGIFImage gif(gifSide, gifSide, [&](std::string_view bytes) { throwIf(replacement->write(bytes), file); });
+    Bitmap A;
+    Bitmap B;
+    const int side = std::min(reader.width(), reader.height());
+    // Counted, not summed: far from zero a second is lost in the sum, and the end would never be reached.
+    for (int seconds = 0; start + length > start + seconds; ++seconds) {
+        reader.Seek(truncatedToInt64(reader.frameRate() * (start + seconds)));
+        // What is in the block after a read without an answer is taken all the same.
+        (void)reader.Read();
+        if (!reader.GetData())
+            return false;
+        takeFrame(reader, A);
+        bitmapCrop(A, B, 0, 0, side, side);
+        A.SetSize(gifSide, gifSide);
+        bitmapCopyRect(B, A);
+        gif.Add(A);
+    }
+    gif.finish();
+    throwIf(replacement->commit(), file);
+    return true;
+}
