@@ -135,7 +135,5 @@ void PlayerAgreementTest::pictures()
     }
 }
 
-Q_DECLARE_METATYPE(FilmSpec)
-
 QTEST_MAIN(PlayerAgreementTest)
 #include "player_agreement_test.moc"
