@@ -1,6 +1,8 @@
 #include "app/main_window.h"
 
 #include "app/progress_bar.h"
+#include "export/gif_export_dialog.h"
+#include "export/sqlite_export_window.h"
 #include "help/about_box.h"
 #include "help/help_commands.h"
 #include "player/display_texts.h"
@@ -297,13 +299,13 @@ void TForm1::N5Click()
 void TForm1::GIF1Click()
 {
     if (OPENED)
-        return;
+        Form4->exec();
 }
 
 void TForm1::SQLite1Click()
 {
     if (OPENED)
-        return;
+        Form5->exec();
 }
 
 void TForm1::N7Click()

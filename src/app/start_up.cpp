@@ -2,6 +2,8 @@
 
 #include "app/application.h"
 #include "app/main_window.h"
+#include "export/gif_export_dialog.h"
+#include "export/sqlite_export_window.h"
 #include "help/about_box.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
@@ -27,6 +29,8 @@ int runProgram(int argc, char **argv)
         TForm1 mainWindow;
         Form2 = new TForm2(&mainWindow);
         Form3 = new TForm3(&mainWindow);
+        Form4 = new TForm4(&mainWindow);
+        Form5 = new TForm5(&mainWindow);
         AboutBox = new TAboutBox(&mainWindow);
         mainWindow.show();
         // The icon is for the frame and the task bar, which can wait for the window itself.

@@ -3,6 +3,8 @@
 #include "app/application.h"
 #include "app/main_window.h"
 #include "app/progress_bar.h"
+#include "export/gif_export_dialog.h"
+#include "export/sqlite_export_window.h"
 #include "help/about_box.h"
 #include "help/help_commands.h"
 #include "scenes/scene_dialog.h"
@@ -71,6 +73,7 @@ private Q_SLOTS:
     void tickShowsPositionAndFrame();
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
+    void theExportsComeOnlyWithAVideo();
     void marksFillTheDialog();
     void anEndBeforeTheStartBeeps();
     void uncaughtErrorsAreShownAndTheProgramGoesOn();
@@ -78,6 +81,8 @@ private Q_SLOTS:
 
 private:
     void openVideo();
+    /// Whether the shortcut brings the dialog and Escape closes it.
+    [[nodiscard]] static bool comesModally(const char *keys, QDialog *dialog);
     /// Presses the shortcut in the active window.
     static void press(const QKeySequence &keys, QWidget *window = Form1);
 
@@ -121,6 +126,17 @@ void MainWindowTest::openVideo()
     press(QKeySequence("Ctrl+O"));
     QVERIFY(OPENED);
     fakeSystem->calls.clear();
+}
+
+bool MainWindowTest::comesModally(const char *keys, QDialog *dialog)
+{
+    bool came = false;
+    QTimer::singleShot(200, dialog, [&] {
+        came = dialog->isVisible() && dialog->isModal() && dialog->isActiveWindow();
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    });
+    press(QKeySequence(keys));
+    return came && !dialog->isVisible();
 }
 
 void MainWindowTest::press(const QKeySequence &keys, QWidget *window)
@@ -412,14 +428,30 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
     QVERIFY(asked[1].startsWith("https://"));
 
     AboutBox = new TAboutBox(m_window.get());
-    bool shown = false;
-    QTimer::singleShot(200, AboutBox, [&] {
-        shown = AboutBox->isVisible() && AboutBox->isModal();
-        QTest::keyClick(AboutBox, Qt::Key_Return);
+    QVERIFY(comesModally("Ctrl+F1", AboutBox));
+}
+
+void MainWindowTest::theExportsComeOnlyWithAVideo()
+{
+    Form4 = new TForm4(m_window.get());
+    Form5 = new TForm5(m_window.get());
+    press(QKeySequence("Ctrl+G"));
+    press(QKeySequence("Ctrl+L"));
+    QVERIFY(!Form4->isVisible() && !Form5->isVisible());
+    openVideo();
+    QVERIFY(comesModally("Ctrl+G", Form4));
+    QVERIFY(comesModally("Ctrl+L", Form5));
+
+    // From the one to the other and back.
+    QTimer::singleShot(0, Form5, [] { QTest::mouseClick(Form5->BitBtn1, Qt::LeftButton); });
+    QTimer::singleShot(200, Form4, [] {
+        QVERIFY(Form4->isActiveWindow());
+        QTest::keyClick(Form4, Qt::Key_Escape);
+        QVERIFY(!Form4->isVisible() && Form5->isVisible());
+        QTest::keyClick(Form5, Qt::Key_Escape);
     });
-    press(QKeySequence("Ctrl+F1"));
-    QVERIFY(shown);
-    QVERIFY(!AboutBox->isVisible());
+    Form5->exec();
+    QVERIFY(m_boxes.isEmpty());
 }
 
 void MainWindowTest::marksFillTheDialog()
