@@ -62,8 +62,10 @@ constexpr std::array<std::pair<const char *, const char *>, 32> coreOptions{{
     {"hr-seek", "yes"},
     {"keep-open", "always"},
     {"keep-open-pause", "no"},
-    // Sound at every speed of the track bar, and a clock where there is no sound device.
-    {"af", "scaletempo2=min-speed=0.05:max-speed=8"},
+    // Sound at every speed of the track bar: without a named filter there is none beyond 0.25 to 8, and scaletempo2
+    // up to libmpv 0.36 writes past its buffer where a single channel's sound ends.
+    {"af", "scaletempo"},
+    // A clock where there is no sound device.
     {"audio-fallback-to-null", "yes"},
     {"ao", "pulse,pipewire,alsa"},
     {"audio-client-name", "Таврин"},
