@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int makingMilliseconds = 300'000;
+constexpr int makingMilliseconds = 1'200'000;
 
 // Groups of 250 pictures with three B pictures between references, whatever the content.
 const QStringList h264 = {"-c:v", "libx264", "-preset", "veryfast", "-crf", "23", "-pix_fmt", "yuv420p", "-x264-params",
@@ -42,10 +42,18 @@ double seconds(const FilmSpec &spec)
 
 QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
 {
-    QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error", "-i", "pipe:0"};
+    QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error"};
+    if (spec.graph.isEmpty())
+        arguments << "-i" << "pipe:0";
     if (!spec.audio.isEmpty())
         arguments << "-f" << "lavfi" << "-t" << QString::number(seconds(spec), 'f', 6) << "-i"
                   << "sine=frequency=440:sample_rate=48000";
+    if (!spec.graph.isEmpty()) {
+        arguments << "-filter_complex" << spec.graph << "-map" << "[picture]" << "-frames:v"
+                  << QString::number(spec.frames);
+        if (!spec.audio.isEmpty())
+            arguments << "-map" << "0:a";
+    }
     arguments << "-map_metadata" << "-1" << "-fflags" << "+bitexact" << spec.video;
     return arguments << spec.audio << spec.container << output;
 }
@@ -78,6 +86,12 @@ void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString 
 {
     QProcess paint;
     QProcess encode;
+    if (!spec.graph.isEmpty()) {
+        encode.start("ffmpeg", ffmpegArguments(spec, path));
+        if (!succeeds(encode))
+            fail("cannot make", spec.file, encode.readAllStandardError());
+        return;
+    }
     paint.setStandardOutputProcess(&encode);
     paint.start(painter, {QString::number(spec.size.width()), QString::number(spec.size.height()),
                           QString::number(spec.frames), spec.rate});
