@@ -5,6 +5,7 @@
 #include "export/gif_export_dialog.h"
 #include "export/sqlite_export_window.h"
 #include "help/about_box.h"
+#include "platform/font_list.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
@@ -12,12 +13,40 @@
 #include "widgets/message_box.h"
 #include "widgets/style_manager.h"
 
+#include <QEvent>
+#include <QEventLoop>
 #include <QTimer>
 
+#include <chrono>
 #include <exception>
+#include <thread>
+
+namespace {
+
+/// Returns when the window has painted itself, or after a moment without that; what the user does meanwhile waits.
+void awaitPainted(QWidget &window)
+{
+    class PaintWatch final : public QObject {
+    public:
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            if (event->type() == QEvent::Paint)
+                loop.quit();
+            return false;
+        }
+        QEventLoop loop;
+    } watch;
+    window.installEventFilter(&watch);
+    constexpr auto longest = std::chrono::milliseconds(500);
+    QTimer::singleShot(longest, &watch.loop, &QEventLoop::quit);
+    watch.loop.exec(QEventLoop::ExcludeUserInputEvents);
+}
+
+} // namespace
 
 int runProgram(int argc, char **argv)
 {
+    const std::jthread fonts = readFontList();
     TApplication application(argc, argv);
     try {
         QApplication::setFont(applicationFont());
@@ -25,17 +54,19 @@ int runProgram(int argc, char **argv)
         TApplication::setApplicationName(QStringLiteral("Таврин"));
         TApplication::setDesktopFileName(QStringLiteral("tavrin"));
 
-        // The main window owns the others, which end with it.
+        // The main window owns the others, which end with it. Without the list of scene types it does not appear.
         TForm1 mainWindow;
         Form2 = new TForm2(&mainWindow);
+        mainWindow.show();
+        awaitPainted(mainWindow);
         Form3 = new TForm3(&mainWindow);
         Form4 = new TForm4(&mainWindow);
         Form5 = new TForm5(&mainWindow);
         AboutBox = new TAboutBox(&mainWindow);
-        mainWindow.show();
-        // The icon is for the frame and the task bar, which can wait for the window itself.
-        QTimer::singleShot(0, &application, [] { TApplication::setWindowIcon(icon("tavrin")); });
-        TApplication::exec();
+        // The icon is for the frame and the task bar, which can wait.
+        TApplication::setWindowIcon(icon("tavrin"));
+        if (mainWindow.isVisible())
+            TApplication::exec();
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));
     }

@@ -81,6 +81,8 @@ private:
 std::unique_ptr<HiddenProcess> startHiddenProcess(const std::string &path, const std::string &argument,
                                                   std::chrono::milliseconds patience)
 {
+    if (access(path.c_str(), X_OK) != 0)
+        return nullptr;
     const ObjectDirectory *directory = ObjectDirectory::ofThisProgram();
     if (directory == nullptr)
         return nullptr;
