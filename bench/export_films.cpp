@@ -39,7 +39,7 @@ QString pannedScene(QSize picture)
                   "[there]crop=%2/5:%3/2:x='(iw-ow)*(0.5+0.5*cos(t*0.7))':y=20,negate[other];"
                   "[ground][one]overlay=x='(W-w)*(0.5+0.5*sin(t*0.9))':y='(H-h)*(0.5+0.4*cos(t*0.6))'[both];"
                   "[both][other]overlay=x='(W-w)*(0.5+0.5*cos(t*1.3))':y='(H-h)*(0.6+0.4*sin(t*0.4))',"
-                  "noise=c0s=7:c0f=t[picture]")
+                  "setsar=1,noise=c0s=6:c0f=t[picture]")
               .arg(rate)
               .arg(picture.width())
               .arg(picture.height());
@@ -60,7 +60,7 @@ FilmSpec film(const QString &file, QSize size, int frames, const QStringList &vi
 
 QString exportFilm(const QString &name)
 {
-    const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-crf", "22", "-g", "250", "-bf", "3"};
+    const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-crf", "23", "-g", "250", "-bf", "3"};
     if (name == "1080p")
         return makeFilm(film("export_1080p.mp4", {1920, 1080}, fiveMinutes, h264));
     if (name == "720p")
