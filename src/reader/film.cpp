@@ -8,6 +8,9 @@ namespace {
 /// How many reads are prepared for, at most.
 constexpr int mostReadsAhead = 4;
 
+/// No film has that many pictures.
+constexpr std::int64_t lastIndex = std::int64_t(1) << 40;
+
 } // namespace
 
 std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &interrupted, const Interrupted &ended)
@@ -54,7 +57,6 @@ double Film::frameRate() const
 std::int64_t Film::timeOf(std::int64_t index) const
 {
     constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
-    constexpr std::int64_t lastIndex = std::int64_t(1) << 40;
     const std::int64_t halfFrames = 2 * std::clamp<std::int64_t>(index, 0, lastIndex) + 1;
     const std::int64_t afterZero =
         av_rescale_rnd(halfFrames, m_frameLength.num, std::int64_t(2) * m_frameLength.den, AV_ROUND_DOWN);
@@ -68,7 +70,7 @@ bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupt
 {
     const std::size_t size = pictureBytes();
     const auto count = static_cast<std::int64_t>(pixels.size() / size);
-    index = std::clamp(index, std::int64_t(0), std::numeric_limits<std::int64_t>::max() - count);
+    index = std::clamp(index, std::int64_t(0), lastIndex);
     m_pattern.note(index);
     std::vector<std::int64_t> expected;
     for (std::int64_t next = index + 1; next < index + count; ++next)

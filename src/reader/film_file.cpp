@@ -36,7 +36,7 @@ std::unique_ptr<FilmFile> FilmFile::open(const std::string &path, const Interrup
                                          const Interrupted &ended)
 {
     std::unique_ptr<FilmFile> file(new FilmFile(path, ended));
-    if (!isRegularFile(path) || !file->openContext(interrupted))
+    if (!isRegularFile(path) || !file->openInput() || !file->openContext(interrupted))
         return nullptr;
     // Until it has moved once, a Matroska file does not know its index.
     if (std::string_view(file->m_context->iformat->name).starts_with("matroska") && !file->rewind())
@@ -50,43 +50,53 @@ int FilmFile::onInterrupt(void *file)
     return self->m_ended() || (self->m_interrupted != nullptr && (*self->m_interrupted)()) ? 1 : 0;
 }
 
-bool FilmFile::openContext(const Interrupted &interrupted)
+bool FilmFile::openInput()
 {
-    m_context.reset();
-    m_input.reset();
-    m_stream = nullptr;
-    m_interrupted = &interrupted;
     const AVIOInterruptCB callback = {&FilmFile::onInterrupt, this};
-
     AVDictionary *options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     AVIOContext *input = nullptr;
     const int opened = avio_open2(&input, ("file:" + m_path).c_str(), AVIO_FLAG_READ, &callback, &options);
     m_input.reset(input);
     av_dict_free(&options);
-    AVFormatContext *context = opened < 0 ? nullptr : avformat_alloc_context();
+    return opened >= 0;
+}
+
+bool FilmFile::openContext(const Interrupted &interrupted)
+{
+    m_context.reset();
+    m_stream = nullptr;
+    m_interrupted = &interrupted;
+    const bool opened = readHeader();
+    m_interrupted = nullptr;
+    if (!opened)
+        m_context.reset();
+    return opened;
+}
+
+bool FilmFile::readHeader()
+{
+    m_input->error = 0;
+    AVFormatContext *context = avio_seek(m_input.get(), 0, SEEK_SET) < 0 ? nullptr : avformat_alloc_context();
     if (context == nullptr)
         return false;
 
     // What is read names other files in vain: no protocol is allowed and none is opened. Without a file name, no
     // demuxer is chosen by it, nor makes another name of it.
     context->pb = m_input.get();
-    context->interrupt_callback = callback;
+    context->interrupt_callback = {&FilmFile::onInterrupt, this};
     context->io_open = refuseToOpen;
     context->protocol_whitelist = av_strdup("none");
     // The player shows what an edit list leaves out, and counts from it.
+    AVDictionary *options = nullptr;
     av_dict_set(&options, "advanced_editlist", "0", 0);
     const int result = avformat_open_input(&context, nullptr, nullptr, &options); // frees the context on failure
     av_dict_free(&options);
     if (result < 0)
         return false;
     m_context.reset(context);
-    const bool usable = avformat_find_stream_info(context, nullptr) >= 0 && chooseStream() && prepareOrder();
-    m_interrupted = nullptr;
-    if (!usable) {
-        m_context.reset();
+    if (avformat_find_stream_info(context, nullptr) < 0 || !chooseStream() || !prepareOrder())
         return false;
-    }
     Packet first = readStream();
     if (!m_first && first) {
         m_first.reset(av_packet_alloc());
@@ -267,7 +277,8 @@ Packet FilmFile::read()
 std::int64_t FilmFile::nextSlot(const AVPacket &packet)
 {
     const std::int64_t length = av_rescale_q(1, av_inv_q(frameRate()), m_stream->time_base);
-    const std::int64_t slot = m_lastSlot == AV_NOPTS_VALUE ? 0 : m_lastSlot + std::max<std::int64_t>(length, 1);
+    const std::int64_t slot =
+        m_lastSlot == AV_NOPTS_VALUE ? 0 : av_sat_add64(m_lastSlot, std::max<std::int64_t>(length, 1));
     // Without a time to seek by, the way back is by the places of keys that were met.
     m_countsSlots = m_countsSlots || !m_tellsTimes;
     if (m_countsSlots && (packet.flags & AV_PKT_FLAG_KEY) != 0 && packet.pos >= 0)

@@ -58,7 +58,9 @@ public:
 private:
     FilmFile(std::string path, Interrupted ended) : m_path(std::move(path)), m_ended(std::move(ended)) {}
 
+    [[nodiscard]] bool openInput();
     [[nodiscard]] bool openContext(const Interrupted &interrupted);
+    [[nodiscard]] bool readHeader();
     [[nodiscard]] bool chooseStream();
     [[nodiscard]] bool prepareOrder();
     [[nodiscard]] Packet readStream();
@@ -73,7 +75,7 @@ private:
     std::string m_path;
     Interrupted m_ended;
     const Interrupted *m_interrupted = nullptr; ///< while opening
-    InputOutput m_input;
+    InputOutput m_input; ///< the file, whatever its name names by now
     FormatContext m_context;
     AVStream *m_stream = nullptr;
     bool m_complete = false;    ///< the index names every picture

@@ -87,9 +87,9 @@ std::chrono::microseconds FrameServer::pause() const
     const auto idle = Clock::now() - m_lastActivity;
     if (idle < 200ms)
         return 100us;
-    if (idle < 2s)
+    if (idle < 1s)
         return 500us;
-    return idle < 10s ? 5ms : 25ms;
+    return idle < 5s ? 5ms : 25ms;
 }
 
 bool FrameServer::carryOut(const std::string &text)

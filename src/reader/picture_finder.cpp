@@ -1,6 +1,6 @@
 #include "reader/picture_finder.h"
 
-#include "platform/memory.h"
+#include "reader/picture_painter.h"
 
 extern "C" {
 #include <libavutil/imgutils.h>
@@ -21,6 +21,7 @@ constexpr std::int64_t sameGroupSeconds = 30;
 
 /// How far packets are read ahead of the decoder, at most.
 constexpr std::size_t mostQueuedBytes = 32'000'000;
+constexpr std::size_t mostQueuedPackets = 1000;
 
 /// How long the film's first picture is looked for.
 constexpr auto firstPicturePatience = std::chrono::milliseconds(2000);
@@ -31,17 +32,6 @@ int threadsFor(const AVCodecParameters &stream)
     constexpr std::int64_t largePicture = std::int64_t(2048) * 1152;
     const int most = std::int64_t(stream.width) * stream.height > largePicture ? 4 : 8;
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, most);
-}
-
-std::int64_t mostPixels()
-{
-    // What decoder and answers hold of one picture, with its neighbours, in a share of the memory.
-    constexpr std::uint64_t bytesPerPixel = 48;
-    constexpr std::int64_t mostAnyway = std::numeric_limits<std::int32_t>::max() / 3;
-    const std::uint64_t memory = physicalMemory();
-    if (memory == 0)
-        return mostAnyway;
-    return std::min(static_cast<std::int64_t>(memory / bytesPerPixel), mostAnyway);
 }
 
 std::size_t reorderingOf(const AVCodecParameters &stream)
@@ -88,7 +78,7 @@ bool PictureFinder::openDecoder()
         return false;
     m_decoder->pkt_timebase = m_timeBase;
     m_decoder->thread_count = threadsFor(stream);
-    m_decoder->max_pixels = mostPixels();
+    m_decoder->max_pixels = mostPicturePixels();
     return avcodec_open2(m_decoder.get(), codec, nullptr) >= 0;
 }
 
@@ -188,7 +178,7 @@ bool PictureFinder::isWorthGoingOn(std::int64_t time) const
     if (here == earliest)
         return false;
     const std::int64_t second = av_rescale_q(1, {1, 1}, m_timeBase);
-    const std::int64_t gap = time - here;
+    const std::int64_t gap = av_sat_sub64(time, here);
     if (gap <= nearSeconds * second)
         return true;
     const auto key = m_file->indexedKey(time);
@@ -200,7 +190,7 @@ PictureFinder::Result PictureFinder::seekAndDecode(std::int64_t time, const Inte
     const std::int64_t second = std::max<std::int64_t>(av_rescale_q(1, {1, 1}, m_timeBase), 1);
     std::int64_t from = time;
     if (const std::int64_t duration = m_file->duration(); duration > 0)
-        from = std::min(from, m_zero + duration);
+        from = std::min(from, av_sat_add64(m_zero, duration));
 
     std::optional<std::int64_t> failedKey;
     std::int64_t back = second;
@@ -220,11 +210,11 @@ PictureFinder::Result PictureFinder::seekAndDecode(std::int64_t time, const Inte
         // What is marked as a key may need what comes before it.
         m_skips = false;
         if (keySlot && !failedKey) {
-            seekTime = std::min(seekTime, *keySlot) - 1;
+            seekTime = av_sat_sub64(std::min(seekTime, *keySlot), 1);
             failedKey = m_startKey;
         } else {
-            seekTime = from - back;
-            back *= 2;
+            seekTime = av_sat_sub64(from, back);
+            back = av_sat_add64(back, back);
         }
     }
     if (interrupted())
@@ -337,7 +327,7 @@ void PictureFinder::feed(const Interrupted &interrupted)
 bool PictureFinder::readsFurther() const
 {
     constexpr std::size_t mostWithoutTimes = 64;
-    return m_complete < m_asked && m_queuedBytes < mostQueuedBytes
+    return m_complete < m_asked && m_queuedBytes < mostQueuedBytes && m_queue.size() < mostQueuedPackets
         && (m_complete > earliest || m_queue.size() < mostWithoutTimes);
 }
 
@@ -439,11 +429,12 @@ void PictureFinder::take(Frame picture)
         time = picture->best_effort_timestamp;
     if (time == AV_NOPTS_VALUE) {
         const std::int64_t length = av_rescale_q(1, av_inv_q(m_file->frameRate()), m_timeBase);
-        time = m_lastShown ? *m_lastShown + std::max<std::int64_t>(length, 1) : std::max<std::int64_t>(m_startKey, 0);
+        time = m_lastShown ? av_sat_add64(*m_lastShown, std::max<std::int64_t>(length, 1))
+                           : std::max<std::int64_t>(m_startKey, 0);
     }
     m_lastShown = time;
 
-    Shown shown{std::move(picture), time, time + 1};
+    Shown shown{std::move(picture), time, av_sat_add64(time, 1)};
     const auto next = m_times.upper_bound(time);
     if (m_complete == latest)
         shown.until = next == m_times.end() ? latest : next->first;

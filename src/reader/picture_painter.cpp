@@ -1,5 +1,7 @@
 #include "reader/picture_painter.h"
 
+#include "platform/memory.h"
+
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/pixdesc.h>
@@ -13,6 +15,7 @@ extern "C" {
 namespace {
 
 constexpr int bytesPerPixel = 3;
+constexpr int bytesPerPixelWithAlpha = 4;
 
 struct PlainFormat {
     AVPixelFormat format;
@@ -68,6 +71,18 @@ std::optional<std::int32_t> PictureGeometry::bytes() const
     return static_cast<std::int32_t>(count * bytesPerPixel);
 }
 
+std::int64_t mostPicturePixels()
+{
+    // What decoder and answers hold of one picture, with its neighbours, in a share of the memory.
+    constexpr std::uint64_t heldBytesPerPixel = 48;
+    // A row with its padding still has a size that the scaler can count.
+    constexpr std::int64_t mostAnyway = std::numeric_limits<std::int32_t>::max() / bytesPerPixelWithAlpha - 1024;
+    const std::uint64_t memory = physicalMemory();
+    if (memory == 0)
+        return mostAnyway;
+    return std::min(static_cast<std::int64_t>(memory / heldBytesPerPixel), mostAnyway);
+}
+
 std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AVRational pixelAspect,
                                              int quarterTurns)
 {
@@ -84,7 +99,7 @@ std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AV
     if (quarterTurns % 2 != 0)
         std::swap(width, height);
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-    if (width > most || height > most)
+    if (width > most || height > most || width * height > mostPicturePixels())
         return std::nullopt;
     const PictureGeometry geometry{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height),
                                    quarterTurns};
@@ -119,8 +134,11 @@ bool PicturePainter::prepare(const AVFrame &picture)
     // Without scaling and with even rows there is a direct way for the usual formats, unless more is asked for.
     const bool direct = !scaled && source.height % 2 == 0 && source.width % 2 == 0;
     const int flags = direct ? SWS_BILINEAR : SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND;
-    m_scaler.reset(sws_getContext(source.width, source.height, source.format, width, height, AV_PIX_FMT_BGR24, flags,
-                                  nullptr, nullptr, nullptr));
+    const AVPixFmtDescriptor *format = av_pix_fmt_desc_get(source.format);
+    const bool transparent = format != nullptr && (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+    m_pixelBytes = transparent ? bytesPerPixelWithAlpha : bytesPerPixel;
+    m_scaler.reset(sws_getContext(source.width, source.height, source.format, width, height,
+                                  transparent ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR24, flags, nullptr, nullptr, nullptr));
     if (!m_scaler)
         return false;
     // Formats that have no matrix refuse one.
@@ -130,7 +148,8 @@ bool PicturePainter::prepare(const AVFrame &picture)
 
     // The scaler's vector code writes whole registers.
     constexpr int alignment = 64;
-    m_stride = (width * bytesPerPixel + 2 * alignment - 1) / alignment * alignment;
+    m_stride = (width * m_pixelBytes + 2 * alignment - 1) / alignment * alignment;
+    m_uprightHeight = height;
     m_upright.resize(static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(height) + alignment);
     return true;
 }
@@ -144,8 +163,27 @@ bool PicturePainter::paint(const AVFrame &picture, std::span<std::byte> pixels)
     const int strides[4] = {m_stride, 0, 0, 0};
     if (sws_scale(m_scaler.get(), picture.data, picture.linesize, 0, picture.height, rows, strides) <= 0)
         return false;
+    if (m_pixelBytes == bytesPerPixelWithAlpha)
+        layOverBlack();
     turn(pixels);
     return true;
+}
+
+void PicturePainter::layOverBlack()
+{
+    constexpr unsigned opaque = 255;
+    const std::size_t rowBytes = static_cast<std::size_t>(m_stride);
+    for (std::size_t row = 0; row < static_cast<std::size_t>(m_uprightHeight); ++row) {
+        std::uint8_t *pixel = m_upright.data() + row * rowBytes;
+        std::uint8_t *const end = pixel + rowBytes / bytesPerPixelWithAlpha * bytesPerPixelWithAlpha;
+        for (; pixel != end; pixel += bytesPerPixelWithAlpha) {
+            const unsigned alpha = pixel[bytesPerPixel];
+            if (alpha == opaque)
+                continue;
+            for (int channel = 0; channel < bytesPerPixel; ++channel)
+                pixel[channel] = static_cast<std::uint8_t>((pixel[channel] * alpha + opaque / 2) / opaque);
+        }
+    }
 }
 
 void PicturePainter::turn(std::span<std::byte> pixels) const
@@ -155,25 +193,28 @@ void PicturePainter::turn(std::span<std::byte> pixels) const
     const std::ptrdiff_t stride = m_stride;
     const std::uint8_t *start = m_upright.data();
     auto *target = reinterpret_cast<std::uint8_t *>(pixels.data());
-    if (m_geometry.quarterTurns == 0) {
+    if (m_geometry.quarterTurns == 0 && m_pixelBytes == bytesPerPixel) {
         for (std::ptrdiff_t row = 0; row < height; ++row)
             std::memcpy(target + row * width * bytesPerPixel, start + row * stride,
                         static_cast<std::size_t>(width * bytesPerPixel));
         return;
     }
     // Where the shown picture's upper left pixel comes from, and the steps to its right and lower neighbour.
-    std::ptrdiff_t right = -bytesPerPixel;
-    std::ptrdiff_t down = -stride;
+    const std::ptrdiff_t step = m_pixelBytes;
+    std::ptrdiff_t right = step;
+    std::ptrdiff_t down = stride;
     if (m_geometry.quarterTurns == 1) {
         start += (width - 1) * stride;
         right = -stride;
-        down = bytesPerPixel;
+        down = step;
     } else if (m_geometry.quarterTurns == 2) {
-        start += (height - 1) * stride + (width - 1) * bytesPerPixel;
-    } else {
-        start += (height - 1) * bytesPerPixel;
+        start += (height - 1) * stride + (width - 1) * step;
+        right = -step;
+        down = -stride;
+    } else if (m_geometry.quarterTurns == 3) {
+        start += (height - 1) * step;
         right = stride;
-        down = -bytesPerPixel;
+        down = -step;
     }
     for (std::ptrdiff_t row = 0; row < height; ++row) {
         const std::uint8_t *source = start + row * down;

@@ -18,6 +18,9 @@ struct PictureGeometry {
     [[nodiscard]] std::optional<std::int32_t> bytes() const;
 };
 
+/// Pixels of the largest picture that this machine's memory allows to decode and show.
+[[nodiscard]] std::int64_t mostPicturePixels();
+
 /// The geometry of coded pictures of this size and pixel aspect ratio (a non-positive one means square pixels); a
 /// stretched picture is enlarged, never reduced. Nothing if the size is none or too large.
 [[nodiscard]] std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AVRational pixelAspect,
@@ -26,7 +29,7 @@ struct PictureGeometry {
 /// Clockwise quarter turns that the stream's display matrix asks for; the nearest, if it asks for others.
 [[nodiscard]] int quarterTurnsOf(const AVStream &stream);
 
-/// Paints decoded pictures of any format and size as they are shown.
+/// Paints decoded pictures of any format and size as they are shown, transparent ones over black.
 class PicturePainter {
 public:
     explicit PicturePainter(const PictureGeometry &geometry) : m_geometry(geometry) {}
@@ -40,6 +43,7 @@ public:
 
 private:
     [[nodiscard]] bool prepare(const AVFrame &picture);
+    void layOverBlack();
     void turn(std::span<std::byte> pixels) const;
 
     PictureGeometry m_geometry;
@@ -57,4 +61,6 @@ private:
     Scaler m_scaler;
     std::vector<std::uint8_t> m_upright; ///< the picture before it is turned, rows padded for the scaler
     int m_stride = 0;
+    int m_uprightHeight = 0;
+    int m_pixelBytes = 3; ///< in m_upright: 4 if the source's pixels may be transparent
 };

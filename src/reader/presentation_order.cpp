@@ -26,7 +26,7 @@ public:
     {
         const auto pending = std::find_if(m_entries.begin(), m_entries.end(), isPending);
         if (pending != m_entries.end())
-            place(*pending, m_entries.back().slot + slotLength());
+            place(*pending, av_sat_add64(m_entries.back().slot, slotLength()));
     }
 
 private:
@@ -109,7 +109,10 @@ private:
     {
         if (index < m_entries.size())
             return m_entries[index].slot;
-        return m_entries.back().slot + slotLength() * static_cast<std::int64_t>(index - m_entries.size() + 1);
+        std::int64_t slot = m_entries.back().slot;
+        for (std::size_t past = m_entries.size(); past <= index; ++past)
+            slot = av_sat_add64(slot, slotLength());
+        return slot;
     }
 
     std::size_t m_delay;
@@ -166,7 +169,7 @@ void PresentationOrder::push(Packet packet)
 {
     const std::int64_t slot = packet->dts;
     if (!m_entries.empty() && slot > m_entries.back().slot)
-        m_slotLength = slot - m_entries.back().slot;
+        m_slotLength = av_sat_sub64(slot, m_entries.back().slot);
     Entry &entry = m_entries.emplace_back();
     entry.slot = slot;
     entry.packet = std::move(packet);

@@ -14,12 +14,38 @@ bool isWhole(double number)
 
 } // namespace
 
-// An index is a time in seconds times the rate, truncated. Where times of two decimals fall on pictures, the last
-// bit of the product decides which of two neighbours that is.
-ReadPattern::ReadPattern(double framesPerSecond)
-    : m_second(framesPerSecond)
-    , m_rounds(isWhole(framesPerSecond) && isWhole(100.0 / framesPerSecond))
+ReadPattern::ReadPattern(double framesPerSecond) : m_second(framesPerSecond) {}
+
+// An export reads at a scene's start, a time of two decimals, and on by adding seconds; an index is such a time times
+// the rate, truncated. Where a time falls on a picture, the last bit of the product decides between two neighbours,
+// so the same sums are done here.
+
+std::int64_t ReadPattern::indexAt(double seconds) const
 {
+    return static_cast<std::int64_t>(m_second * seconds);
+}
+
+void ReadPattern::startTimes(std::int64_t index)
+{
+    m_times.clear();
+    constexpr double hundredths = 100.0;
+    constexpr double leastRate = 2.0;
+    constexpr double latest = 1e9;
+    const double first = std::floor(static_cast<double>(index) / m_second * hundredths) - 1.0;
+    const double last = first + hundredths / m_second + 3.0;
+    if (m_second < leastRate || !(last < latest))
+        return;
+    for (double hundredth = std::max(first, 0.0); hundredth <= last; ++hundredth) {
+        if (indexAt(hundredth / hundredths) == index)
+            m_times.push_back(hundredth / hundredths);
+    }
+}
+
+void ReadPattern::followTimes(std::int64_t index)
+{
+    for (double &time : m_times)
+        time += 1.0;
+    std::erase_if(m_times, [&](double time) { return indexAt(time) != index; });
 }
 
 bool ReadPattern::isSecond(std::int64_t distance) const
@@ -35,12 +61,14 @@ bool ReadPattern::isStride(std::int64_t distance) const
 void ReadPattern::note(std::int64_t index)
 {
     const std::int64_t distance = index - m_last;
+    if (m_reads > 0 && m_stride == 0 && isSecond(distance))
+        followTimes(index);
+    else
+        startTimes(index);
     if (m_reads == 0) {
         m_reads = 1;
     } else if (isStride(distance)) {
         ++m_reads;
-        if (m_stride == 0 && isWhole(m_second) && static_cast<double>(distance) != std::round(m_second))
-            m_rounds = true;
     } else if (isSecond(distance) || (distance > 0 && distance == m_lastDistance)) {
         m_stride = isSecond(distance) ? 0 : distance;
         m_reads = 2;
@@ -55,28 +83,35 @@ void ReadPattern::note(std::int64_t index)
 std::vector<std::int64_t> ReadPattern::next(int reads) const
 {
     std::vector<std::int64_t> indices;
+    std::vector<double> times = m_times;
     for (int read = 1; read <= reads; ++read) {
         if (m_stride > 0) {
             indices.push_back(m_last + read * m_stride);
             continue;
         }
-        const double distance = read * m_second;
-        const bool whole = isWhole(distance);
-        const auto least = static_cast<std::int64_t>(whole ? std::round(distance) : std::floor(distance));
-        const std::int64_t below = whole && m_rounds ? 1 : 0;
-        const std::int64_t above = !whole || m_rounds ? 1 : 0;
-        for (std::int64_t index = m_last + least - below; index <= m_last + least + above; ++index) {
-            if (index > m_last && (indices.empty() || index > indices.back()))
-                indices.push_back(index);
+        if (times.empty()) {
+            const double distance = read * m_second;
+            const bool whole = isWhole(distance);
+            const auto least = static_cast<std::int64_t>(whole ? std::round(distance) : std::floor(distance));
+            indices.push_back(m_last + least);
+            if (!whole)
+                indices.push_back(m_last + least + 1);
+        }
+        for (double &time : times) {
+            time += 1.0;
+            indices.push_back(indexAt(time));
         }
     }
+    std::sort(indices.begin(), indices.end());
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+    std::erase_if(indices, [this](std::int64_t index) { return index <= m_last; });
     return indices;
 }
 
 int ReadPattern::readsLeft() const
 {
     constexpr int untilKnown = 3;
-    return m_readsBefore == 0 ? untilKnown : std::max(1, m_readsBefore - m_reads);
+    return m_readsBefore >= m_reads ? m_readsBefore - m_reads : untilKnown;
 }
 
 bool ReadPattern::strides() const

@@ -56,7 +56,8 @@ void ResultBlock::publish(std::string_view command, std::string_view reply)
     auto *const block = reinterpret_cast<char *>(m_memory->data());
     // While its first byte is missing, nobody takes the command for answered.
     const std::atomic_ref<char> first(*block);
-    first.store('\0', std::memory_order_seq_cst);
+    first.store('\0', std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_seq_cst);
     std::memcpy(block + 1, command.data() + 1, command.size() - 1);
     block[command.size()] = ' ';
     const std::size_t length = std::min(reply.size(), size - command.size() - 2);

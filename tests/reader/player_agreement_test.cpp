@@ -8,6 +8,7 @@
 #include <QTest>
 #include <QWidget>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -102,9 +103,7 @@ void PlayerAgreementTest::pictures_data()
         spec("mpeg4.avi", {"-vf", "setsar=16/11", "-c:v", "mpeg4", "-q:v", "2"}),
         spec("vp9_10.webm", {"-vf", "format=yuv420p10le", "-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline",
                              "realtime", "-b:v", "1M"}),
-        spec("bt2020.mkv", x264("hue=h=90:s=3,format=yuv420p10le", {"-colorspace", "bt2020nc"})),
         spec("smpte240.mkv", x264("hue=h=90:s=3,format=yuv420p", {"-colorspace", "smpte240m"})),
-        spec("ycgco.mkv", x264("hue=h=90:s=3,format=yuv420p", {"-colorspace", "ycgco"})),
     };
     for (const FilmSpec &film : films)
         QTest::newRow(qPrintable(film.file)) << film;
@@ -121,17 +120,21 @@ void PlayerAgreementTest::pictures()
     player.openPaused(path);
     QVERIFY(OPENED);
     const auto *session = player.system().session();
-    qInfo("reader %d x %d player %d x %d  zero", read->width(), read->height(), session->width(), session->height());
+    QCOMPARE(QSize(read->width(), read->height()), QSize(session->width(), session->height()));
     player.system().surface().widget()->resize(read->width(), read->height());
     for (const int index : {0, 7, 20}) {
         player.seekTo(static_cast<MediaTime>((index + 0.01) / read->frameRate() * 1e7));
         runEvents(50);
         const QImage shown = player.system().surface().picture();
         const QImage found = readPicture(*read, index);
+        QCOMPARE(found.size(), shown.size());
+        QCOMPARE(paintedFrameNumber(found), paintedFrameNumber(shown));
+        // The two enlarge the colour planes in different ways; another matrix or range makes more of a difference.
+        constexpr double mostDifference = 3.5;
         const auto difference = meanDifference(shown, found);
-        qInfo("%d: number reader %d player %d, difference %.2f %.2f %.2f", index, paintedFrameNumber(found).value_or(-1),
-              paintedFrameNumber(shown).value_or(-1), difference[0], difference[1], difference[2]);
-        if (index == 7) { shown.save("/tmp/rd/" + film.file + ".shown.png"); found.save("/tmp/rd/" + film.file + ".found.png"); }
+        QVERIFY2(*std::max_element(difference.begin(), difference.end()) < mostDifference,
+                 qPrintable(QString("%1: red %2, green %3, blue %4").arg(index).arg(difference[0]).arg(difference[1])
+                                .arg(difference[2])));
     }
 }
 

@@ -30,7 +30,7 @@ constexpr auto endCheckInterval = std::chrono::milliseconds(80);
 /// A command that has not landed by then is taken as landed where the core stands.
 constexpr auto longestWait = std::chrono::seconds(5);
 
-constexpr std::array<std::pair<const char *, const char *>, 32> coreOptions{{
+constexpr std::array<std::pair<const char *, const char *>, 33> coreOptions{{
     // Nothing of the user's own player set-up, and nothing written.
     {"config", "no"},
     {"load-scripts", "no"},
@@ -57,6 +57,8 @@ constexpr std::array<std::pair<const char *, const char *>, 32> coreOptions{{
     // Exact pictures, and a file that stays open at its end.
     {"vo", "libmpv"},
     {"hwdec", "no"},
+    // What is transparent lies on black, whichever way it is drawn.
+    {"alpha", "blend"},
     {"pause", "yes"},
     {"idle", "yes"},
     {"hr-seek", "yes"},
