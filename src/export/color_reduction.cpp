@@ -29,12 +29,12 @@ constexpr int cellBits = 6;
 /// Pictures of fewer cells than this are smooth: there every shade counts.
 constexpr std::size_t fewCells = 1024;
 constexpr int fastestSpeed = 10;
-constexpr int kMeansRounds = 2;
+constexpr int kMeansRounds = 3;
 /// The part of its error that a pixel hands on, in sixteenths.
-constexpr int spreadError = 8;
+constexpr int spreadError = 5;
 /// In parts of the palette's mean squared error: what a repeated choice may cost, and how much nearer the shown colour
 /// must be for a pixel to keep it.
-constexpr double repetitionWorth = 1.2;
+constexpr double repetitionWorth = 1.8;
 constexpr double keepingPrice = 0.25;
 
 template <auto destroy>

@@ -68,7 +68,7 @@ void FRAME_READER::Run()
     m_process.reset();
     m_process = startHiddenProcess(m_exePath.toStdString(), m_shareName.toStdString());
     for (int round = 0; round < mutexRounds && !hasEnded() && !Check(); ++round)
-        sleepFor(retryInterval);
+        sleepFor(retryInterval, [this] { return Check(); });
     m_position = 0;
     openBlocks();
 }
@@ -123,12 +123,18 @@ bool FRAME_READER::Result()
     return false;
 }
 
+/// True if the result block, of which this is a copy, holds the answer to the last command.
+bool FRAME_READER::isAnswered(const QByteArray &result) const
+{
+    return result.startsWith(m_sent) && result != m_staleResult;
+}
+
 bool FRAME_READER::takeAnswer()
 {
     if (!m_resultView)
         return false;
     QByteArray result = contentOf(*m_resultView);
-    if (!result.startsWith(m_sent) || result == m_staleResult)
+    if (!isAnswered(result))
         return false;
     // The reader writes the reply before the echo: what is copied once the echo was seen is complete.
     std::atomic_thread_fence(std::memory_order_acquire);
@@ -160,7 +166,7 @@ bool FRAME_READER::Open(const QString &path)
     Command(QStringLiteral("open ") + path);
     int calls = 1;
     while (!Result()) {
-        sleepFor(retryInterval);
+        pauseForAnswer();
         if (calls++ == openCalls) {
             m_errorText += QStringLiteral(" Can't open file");
             return false;
@@ -200,7 +206,7 @@ bool FRAME_READER::Read()
             m_position += m_framesPerBuffer;
             return true;
         }
-        sleepFor(retryInterval);
+        pauseForAnswer();
     }
     return false;
 }
@@ -277,13 +283,19 @@ void FRAME_READER::throwIfEnded() const
         throw UserError(QStringLiteral("Программа чтения кадров «%1» неожиданно завершилась").arg(m_exePath));
 }
 
-/// Sleeps, but not on while there is no reader to sleep for.
-void FRAME_READER::sleepFor(std::chrono::milliseconds duration) const
+/// Sleeps for `duration`, but no longer than until `isOver` or there is no reader to sleep for.
+void FRAME_READER::sleepFor(std::chrono::milliseconds duration, const std::function<bool()> &isOver) const
 {
-    constexpr auto slice = 10ms;
+    constexpr auto slice = 5ms;
     const auto end = std::chrono::steady_clock::now() + duration;
-    while (!hasEnded() && std::chrono::steady_clock::now() < end)
+    while (!hasEnded() && !isOver() && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(slice, end - std::chrono::steady_clock::now()));
+}
+
+/// The pause between two calls of `Result` for a slow command. An answer that comes meanwhile is not left lying.
+void FRAME_READER::pauseForAnswer() const
+{
+    sleepFor(retryInterval, [this] { return isAnswered(contentOf(*m_resultView)); });
 }
 
 void FRAME_READER::awaitResult()

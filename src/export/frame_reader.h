@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -108,8 +109,10 @@ private:
     void mapData(std::int32_t size);
     void renewData(std::int32_t size);
     void throwIfEnded() const;
-    void sleepFor(std::chrono::milliseconds duration) const;
+    void sleepFor(std::chrono::milliseconds duration, const std::function<bool()> &isOver) const;
+    void pauseForAnswer() const;
     void awaitResult();
+    [[nodiscard]] bool isAnswered(const QByteArray &result) const;
     [[nodiscard]] bool takeAnswer();
     void parseOpenReply(const QByteArray &reply);
     [[nodiscard]] std::int32_t sizeOfFrames(std::int32_t frames) const;

@@ -1,12 +1,25 @@
 #include "export/image_files.h"
 
+#include "util/user_error.h"
+
 #include <QDir>
 
 #include <algorithm>
 
+namespace {
+
+QString besideVideo(const QString &videoPath, QLatin1String suffix)
+{
+    if (!QDir::isAbsolutePath(videoPath))
+        throw UserError(QStringLiteral("Неизвестно, в какой папке лежит видео «%1»").arg(videoPath));
+    return videoPath + suffix;
+}
+
+} // namespace
+
 QString imagesFolderOf(const QString &videoPath)
 {
-    return videoPath + QStringLiteral(".images");
+    return besideVideo(videoPath, QLatin1String(".images"));
 }
 
 QString gifFileOf(const QString &videoPath, const QString &position, const QString &length)
@@ -17,8 +30,6 @@ QString gifFileOf(const QString &videoPath, const QString &position, const QStri
 
 QString refusalOfGifName(const QString &position, const QString &length)
 {
-    if (position.isEmpty() && length.isEmpty())
-        return QStringLiteral("у сцены нет ни начала, ни продолжительности, по которым он называется");
     // A colon names a drive or a stream of another file.
     constexpr QStringView forbidden = u"/\\:";
     const auto isForbidden = [&](QChar c) { return c.isNull() || forbidden.contains(c); };
@@ -31,5 +42,5 @@ QString refusalOfGifName(const QString &position, const QString &length)
 
 QString databaseFileOf(const QString &videoPath)
 {
-    return videoPath + QStringLiteral(".db");
+    return besideVideo(videoPath, QLatin1String(".db"));
 }

@@ -2,7 +2,8 @@
 
 #include <QString>
 
-// Where the exports of a video lie, named after it.
+// Where the exports of a video lie: beside it, named after it. All throw UserError for a video path that is not absolute,
+// since the folder that the program was started in is nobody's place for exports.
 
 /// The folder with the GIFs of the video's scenes.
 [[nodiscard]] QString imagesFolderOf(const QString &videoPath);

@@ -16,7 +16,6 @@
 #include <QTimer>
 
 #include <csignal>
-#include <limits>
 
 namespace {
 
@@ -48,26 +47,19 @@ class GifExportDialogTest : public QObject {
 
 private Q_SLOTS:
     void everyCaptionIsWholeInTheFixedDialog();
-    void showsItsBeginning();
     void exportsEveryScene();
     void picturesAreOneSecondApart_data();
     void picturesAreOneSecondApart();
-    void endlessScenesAreRefused_data();
-    void endlessScenesAreRefused();
-    void hostileNamesWriteNothing_data();
-    void hostileNamesWriteNothing();
+    void whatIsRefusedWritesNothing_data();
+    void whatIsRefusedWritesNothing();
     void existingImagesAreKeptOrOverwritten();
-    void anUnknownFilmIsTold();
-    void foldersThatCannotBeMadeAreTold();
+    void whatPreventsTheStartIsTold();
     void aFailedSaveStopsUntilItIsCancelled_data();
     void aFailedSaveStopsUntilItIsCancelled();
     void aDeadReaderKeepsTheScenes_data();
     void aDeadReaderKeepsTheScenes();
-    void aMissingReaderIsTold();
     void cancellingEndsBetweenScenes_data();
     void cancellingEndsBetweenScenes();
-    void withoutAnExportTheDialogJustCloses();
-    void unansweredReadsTakeWhatIsThere();
     void thousandsOfScenes();
 };
 
@@ -95,27 +87,10 @@ void GifExportDialogTest::everyCaptionIsWholeInTheFixedDialog()
         QVERIFY2(control->width() >= control->sizeHint().width(), qPrintable(control->text()));
 }
 
-void GifExportDialogTest::showsItsBeginning()
-{
-    ExportWindows windows;
-    for (int i = 0; i < 4; ++i)
-        windows.addScene(QString::number(i), "1");
-    windows.exportGifs();
-    QCOMPARE(windows.takeMessages(), QStringList{finished});
-    QVERIFY(!windows.dialog->BitBtn1->isEnabled());
-    windows.dialog->StatusBar1[0]->setText("left over");
-    windows.dialog->show();
-    QCOMPARE(windows.dialog->windowTitle(), QString("Экспорт изображений сцен"));
-    QCOMPARE(windows.dialog->ProgressBar1->value(), 0);
-    QCOMPARE(windows.dialog->ProgressBar1->maximum(), 4);
-    QCOMPARE(windows.dialog->StatusBar1[0]->text(), QString());
-    QVERIFY(windows.dialog->BitBtn1->isEnabled());
-    QVERIFY(!windows.dialog->Timer1->isActive());
-}
-
 void GifExportDialogTest::exportsEveryScene()
 {
-    ExportWindows windows;
+    // The read without an answer takes what is there.
+    ExportWindows windows({"read@2 silent"});
     windows.addScene("1.5", "3.0");
     windows.addScene("0", "1");
     windows.addScene("12,5", "0.01");
@@ -135,6 +110,14 @@ void GifExportDialogTest::exportsEveryScene()
     QCOMPARE(windows.framesIn("1.5_3.0"), QList<int>({37, 62, 87}));
     QCOMPARE(windows.framesIn("0_1"), QList<int>({0}));
     QCOMPARE(windows.framesIn("12,5_0.01"), QList<int>({300}));
+
+    // Shown again, the dialog is back at its beginning.
+    windows.dialog->StatusBar1[0]->setText("left over");
+    windows.dialog->show();
+    QCOMPARE(windows.dialog->windowTitle(), QString("Экспорт изображений сцен"));
+    QCOMPARE(windows.dialog->ProgressBar1->value(), 0);
+    QCOMPARE(windows.dialog->ProgressBar1->maximum(), 3);
+    QVERIFY(windows.dialog->StatusBar1[0]->text().isEmpty() && windows.dialog->BitBtn1->isEnabled());
     QCOMPARE(windows.reader.commands(),
              QStringList({"open " + windows.windows.path("film.avi"), "bufupdate", "frames 1", "bufupdate", "read 37",
                           "read 62", "read 87", "read 0", "read 300", "close"}));
@@ -149,16 +132,14 @@ void GifExportDialogTest::picturesAreOneSecondApart_data()
     QTest::newRow("rounded up") << "0" << "2.5" << QList<int>{0, 25, 50};
     QTest::newRow("a start between frames") << "0.5" << "2" << QList<int>{12, 37};
     QTest::newRow("sums that are no binary fractions") << "0.1" << "3" << QList<int>{2, 27, 52};
-    QTest::newRow("blanks and an exponent") << "  1e0" << "1" << QList<int>{25};
     QTest::newRow("letters") << "начало" << "1с" << QList<int>{0};
     QTest::newRow("beyond the end") << "1000" << "2" << QList<int>{25000, 25025};
     QTest::newRow("length 0") << "1" << "0" << QList<int>{};
     QTest::newRow("negative length") << "1" << "-5" << QList<int>{};
     QTest::newRow("nan is no number") << "1" << "nan" << QList<int>{};
-    QTest::newRow("no length") << "1" << "" << QList<int>{};
+    QTest::newRow("the empty list's blank row") << "" << "" << QList<int>{};
     QTest::newRow("a start that a second is lost in") << "1e300" << "5" << QList<int>{};
     QTest::newRow("no start at all") << "1e999" << "5" << QList<int>{};
-    QTest::newRow("nothing but infinities") << "1e999" << "-1e999" << QList<int>{};
 }
 
 void GifExportDialogTest::picturesAreOneSecondApart()
@@ -179,45 +160,22 @@ void GifExportDialogTest::picturesAreOneSecondApart()
         QCOMPARE(windows.framesIn(name), frames);
 }
 
-void GifExportDialogTest::endlessScenesAreRefused_data()
-{
-    QTest::addColumn<QString>("position");
-    QTest::addColumn<QString>("length");
-    QTest::newRow("1e300") << "0" << "1e300";
-    QTest::newRow("infinite") << "0" << "1e999";
-    QTest::newRow("both") << "1e300" << "1e300";
-    QTest::newRow("more than a day") << "0" << "86400.5";
-}
-
-void GifExportDialogTest::endlessScenesAreRefused()
-{
-    QFETCH(const QString, position);
-    QFETCH(const QString, length);
-    ExportWindows windows;
-    windows.addScene(position, length);
-    windows.exportGifs();
-    QCOMPARE(windows.takeMessages(),
-             QStringList{"Не удалось сохранить GIF в файл «" + windows.gif(position + '_' + length)
-                         + "»: сцена длиннее суток"});
-    QCOMPARE(windows.imageFiles(), QStringList());
-    QVERIFY(windows.dialog->Timer1->isActive() && BUSY2);
-}
-
-void GifExportDialogTest::hostileNamesWriteNothing_data()
+void GifExportDialogTest::whatIsRefusedWritesNothing_data()
 {
     QTest::addColumn<QString>("position");
     QTest::addColumn<QString>("length");
     QTest::newRow("upwards") << "../../evil" << "1";
-    QTest::newRow("absolute") << "/tmp/evil" << "1";
     QTest::newRow("a folder") << "1" << "x/y";
     QTest::newRow("backslash") << "..\\evil" << "1";
     QTest::newRow("drive") << "C:evil" << "1";
     QTest::newRow("stream") << "1" << "2:hidden";
     QTest::newRow("nul") << QString("a") + QChar(0) + "b" << "1";
-    QTest::newRow("no name") << "" << "";
+    QTest::newRow("endless") << "0" << "1e300";
+    QTest::newRow("infinite") << "1e300" << "1e999";
+    QTest::newRow("more than a day") << "0" << "86400.5";
 }
 
-void GifExportDialogTest::hostileNamesWriteNothing()
+void GifExportDialogTest::whatIsRefusedWritesNothing()
 {
     QFETCH(const QString, position);
     QFETCH(const QString, length);
@@ -235,7 +193,6 @@ void GifExportDialogTest::hostileNamesWriteNothing()
     QCOMPARE(everything(), before);
     QCOMPARE(windows.imageFiles(), QStringList{"x"});
     QVERIFY(QDir(windows.images() + "/x").isEmpty());
-    QVERIFY(!QFile::exists("/tmp/evil_1.gif"));
 }
 
 void GifExportDialogTest::existingImagesAreKeptOrOverwritten()
@@ -265,19 +222,16 @@ void GifExportDialogTest::existingImagesAreKeptOrOverwritten()
     QVERIFY(windows.takeMessages().value(0).endsWith("под этим именем есть папка"));
 }
 
-void GifExportDialogTest::anUnknownFilmIsTold()
+void GifExportDialogTest::whatPreventsTheStartIsTold()
 {
-    ExportWindows windows({"open silent"});
-    windows.addScene("0", "1");
-    windows.exportGifs();
-    QCOMPARE(windows.takeMessages(), QStringList{"Ошибка открытия файла!"});
-    QVERIFY(windows.dialog->isVisible() && windows.dialog->BitBtn1->isEnabled());
-    QVERIFY(!windows.dialog->Timer1->isActive());
-    QVERIFY(!QFileInfo::exists(windows.images()));
-}
-
-void GifExportDialogTest::foldersThatCannotBeMadeAreTold()
-{
+    {
+        ExportWindows windows({"open silent"});
+        windows.addScene("0", "1");
+        windows.exportGifs();
+        QCOMPARE(windows.takeMessages(), QStringList{"Ошибка открытия файла!"});
+        QVERIFY(windows.dialog->isVisible() && windows.dialog->BitBtn1->isEnabled());
+        QVERIFY(!windows.dialog->Timer1->isActive() && !QFileInfo::exists(windows.images()));
+    }
     ExportWindows windows;
     windows.addScene("0", "1");
     const auto refusalWith = [&](const QString &folder, const QString &reason) {
@@ -291,6 +245,12 @@ void GifExportDialogTest::foldersThatCannotBeMadeAreTold()
     QCOMPARE(contentOf(windows.images()), QByteArray("mine"));
     const QString video = std::exchange(VideoPath, windows.windows.path("gone/film.avi"));
     refusalWith(windows.windows.path("gone/film.avi.images"), "нет такого файла или папки");
+    // Not into whatever folder the program was started in.
+    for (const QString &nowhere : {QString(), QString("film.avi")}) {
+        VideoPath = nowhere;
+        windows.exportGifs();
+        QCOMPARE(windows.takeMessages(), QStringList{"Неизвестно, в какой папке лежит видео «" + nowhere + "»"});
+    }
 
     // Once the way is free the next press exports.
     VideoPath = video;
@@ -355,8 +315,8 @@ void GifExportDialogTest::aFailedSaveStopsUntilItIsCancelled()
 void GifExportDialogTest::aDeadReaderKeepsTheScenes_data()
 {
     QTest::addColumn<QStringList>("script");
+    QTest::newRow("missing") << QStringList{"missing"};
     QTest::newRow("before the film is open") << QStringList{"open@1 die"};
-    QTest::newRow("while its frames are laid out") << QStringList{"bufupdate@2 die"};
     QTest::newRow("during a read") << QStringList{"read@2 die"};
     QTest::newRow("between two scenes") << QStringList{"read@3 last"};
     QTest::newRow("while idle") << QStringList{"kill"};
@@ -370,7 +330,15 @@ void GifExportDialogTest::aDeadReaderKeepsTheScenes()
     windows.addScene("8", "1");
     windows.addScene("9", "1");
     const QStringList rows = windows.windows.rows();
-    if (script.contains("kill")) {
+    if (script.contains("missing")) {
+        QVERIFY(QFile::remove(windows.reader.exe()));
+        windows.dialog.reset();
+        windows.dialog = std::make_unique<TForm4>(&windows.windows.owner);
+        windows.exportGifs();
+        QCOMPARE(windows.takeMessages(),
+                 QStringList{"Не удалось запустить программу чтения кадров «" + windows.reader.exe() + "»"});
+        windows.reader.install();
+    } else if (script.contains("kill")) {
         // It is idle after an export, and the next one starts another.
         windows.exportGifs();
         QCOMPARE(windows.takeMessages(), QStringList{finished});
@@ -400,30 +368,13 @@ void GifExportDialogTest::aDeadReaderKeepsTheScenes()
     QCOMPARE(windows.framesIn("9_1"), QList<int>({225}));
 }
 
-void GifExportDialogTest::aMissingReaderIsTold()
-{
-    ExportWindows windows;
-    windows.addScene("0", "1");
-    const QString exe = windows.reader.exe();
-    QVERIFY(QFile::remove(exe));
-    QElapsedTimer clock;
-    clock.start();
-    windows.dialog.reset();
-    windows.dialog = std::make_unique<TForm4>(&windows.windows.owner);
-    QVERIFY2(clock.elapsed() < 300, qPrintable(QString::number(clock.elapsed())));
-    windows.exportGifs();
-    QCOMPARE(windows.takeMessages(), QStringList{"Не удалось запустить программу чтения кадров «" + exe + "»"});
-    QVERIFY(windows.dialog->isVisible() && windows.dialog->BitBtn1->isEnabled());
-}
-
 void GifExportDialogTest::cancellingEndsBetweenScenes_data()
 {
     QTest::addColumn<QString>("how");
     QTest::addColumn<int>("after");
-    for (const int after : {0, 1, 3}) {
-        for (const char *how : {"button", "escape", "window"})
-            QTest::addRow("%s after %d", how, after) << how << after;
-    }
+    QTest::newRow("the button, before the first scene is done") << "button" << 0;
+    QTest::newRow("escape") << "escape" << 1;
+    QTest::newRow("closing the window") << "window" << 3;
 }
 
 void GifExportDialogTest::cancellingEndsBetweenScenes()
@@ -450,43 +401,20 @@ void GifExportDialogTest::cancellingEndsBetweenScenes()
     for (int i = 0; i < files.size(); ++i)
         QCOMPARE(windows.framesIn(QString("%1_2").arg(i)), QList<int>({i * 25, i * 25 + 25}));
 
-    // It can be started again.
+    // Without an export it just closes; then it can be started again.
+    windows.openDialog();
+    QTest::keyClick(windows.dialog.get(), Qt::Key_Escape);
+    QVERIFY(!windows.dialog->isVisible());
     windows.exportGifs();
     QCOMPARE(windows.takeMessages(), QStringList{finished});
     QCOMPARE(windows.imageFiles().size(), qsizetype{8});
-}
-
-void GifExportDialogTest::withoutAnExportTheDialogJustCloses()
-{
-    ExportWindows windows;
-    for (int i = 0; i < 3; ++i) {
-        windows.openDialog();
-        if (i == 0)
-            QTest::mouseClick(windows.dialog->BitBtn3, Qt::LeftButton);
-        else if (i == 1)
-            QTest::keyClick(windows.dialog.get(), Qt::Key_Escape);
-        else
-            windows.dialog->close();
-        QVERIFY(!windows.dialog->isVisible());
-    }
-    QCOMPARE(windows.takeMessages(), QStringList());
-    QCOMPARE(windows.reader.commands(), QStringList());
-}
-
-void GifExportDialogTest::unansweredReadsTakeWhatIsThere()
-{
-    ExportWindows windows({"read@2 silent"});
-    windows.addScene("0", "2");
-    windows.exportGifs();
-    QCOMPARE(windows.takeMessages(), QStringList{finished});
-    QCOMPARE(windows.framesIn("0_2"), QList<int>({0, 25}));
 }
 
 void GifExportDialogTest::thousandsOfScenes()
 {
     ExportWindows windows;
     windows.windows.grid->change([](GridCells &list) {
-        for (int i = 0; i < 3000; ++i) {
+        for (int i = 0; i < 2000; ++i) {
             Scene scene;
             scene.position = QString::number(i);
             scene.length = "0";
@@ -495,8 +423,8 @@ void GifExportDialogTest::thousandsOfScenes()
     });
     windows.exportGifs();
     QCOMPARE(windows.takeMessages(), QStringList{finished});
-    QCOMPARE(windows.imageFiles().size(), qsizetype{3000});
-    QCOMPARE(windows.dialog->windowTitle(), QString("Экспорт изображений сцен: 3000 из 3000"));
+    QCOMPARE(windows.imageFiles().size(), qsizetype{2000});
+    QCOMPARE(windows.dialog->windowTitle(), QString("Экспорт изображений сцен: 2000 из 2000"));
 }
 
 int main(int argc, char **argv)

@@ -5,6 +5,11 @@
 
 ReaderStandIn::ReaderStandIn(const QString &inFolder) : folder(inFolder.isEmpty() ? own.path() : inFolder)
 {
+    install();
+}
+
+void ReaderStandIn::install() const
+{
     QVERIFY(QFile::link(TAVRIN_SCRIPTED_READER, exe()));
 }
 

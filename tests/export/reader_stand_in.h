@@ -13,6 +13,9 @@ public:
     /// In `inFolder`, which outlives it.
     explicit ReaderStandIn(const QString &inFolder);
 
+    /// Puts the reader there again.
+    void install() const;
+
     [[nodiscard]] QString exe() const { return folder + "/FrameReader"; }
 
     /// What readers started from now on do (scripted_reader.cpp).

@@ -8,6 +8,9 @@
 
 SceneWindows::SceneWindows(const QByteArray &typeList)
 {
+    // Without a folder of its own a test would leave its files in the current one.
+    if (!folder.isValid())
+        qFatal("%s", qPrintable(folder.errorString()));
     write(QStringLiteral("Tavrin.txt"), typeList);
     CurPath = folder.path();
     setMessageBoxAnswer([this](const QString &text) { messages += text; });

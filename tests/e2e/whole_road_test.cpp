@@ -1,0 +1,245 @@
+#include "films/film_maker.h"
+#include "films/film_witness.h"
+#include "gif_witness.h"
+
+#include "app/main_window.h"
+#include "app/start_up.h"
+#include "export/gif_export_dialog.h"
+#include "export/sqlite_export_window.h"
+#include "help/about_box.h"
+#include "player/playback_engine.h"
+#include "player/player_state.h"
+#include "scenes/scene_dialog.h"
+#include "scenes/scene_list_window.h"
+#include "widgets/message_box.h"
+#include "widgets/open_dialog.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+namespace {
+
+const QStringList groups{"-c:v", "libx264", "-preset", "veryfast", "-crf", "18", "-pix_fmt", "yuv420p", "-x264-params",
+                         "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
+
+/// Pictures whose numbers lie in the square that a GIF shows.
+const FilmSpec squareFilm{.file = "square.mp4", .size = {400, 400}, .frames = 500, .video = groups, .audio = {}};
+const FilmSpec wideFilm{.file = "wide.mkv",
+                        .size = {360, 360},
+                        .frames = 500,
+                        .rate = "24000/1001",
+                        .video = QStringList{"-vf", "pad=640:360"} + groups,
+                        .audio = {"-c:a", "libvorbis"}};
+const FilmSpec plainFilm{.file = "plain.avi",
+                         .size = {320, 320},
+                         .frames = 500,
+                         .rate = "30/1",
+                         .video = {"-vf", "pad=320:400", "-c:v", "mpeg4", "-q:v", "3", "-g", "250"},
+                         .audio = {}};
+
+/// A key, to the main window.
+void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+{
+    Form1->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(Form1));
+    QTest::keyClick(Form1, key, modifiers);
+}
+
+/// Does `work` inside the message loop of the window that a key or a click is about to open modally.
+void onceOpen(QWidget *window, const std::function<void()> &work)
+{
+    QTimer::singleShot(0, window, [=] {
+        if (window->isVisible())
+            work();
+        else
+            onceOpen(window, work);
+    });
+}
+
+} // namespace
+
+/// The program from its start to its end, driven inside its own message loop: a film is opened, scenes are marked and
+/// described, exported as GIFs and as a database, and what was made is read by other programs.
+class WholeRoadTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void exportsShowTheMarkedPictures_data();
+    void exportsShowTheMarkedPictures();
+    void cleanupTestCase();
+
+private:
+    void open(const QString &film);
+    void addScene(int seconds, const QString &title);
+    void addTypedScene(const QString &position, const QString &length, const QString &title);
+    void exportGifs();
+    void exportDatabase();
+
+    QStringList m_messages;
+};
+
+void WholeRoadTest::initTestCase()
+{
+    setMessageBoxAnswer([this](const QString &text) { m_messages += text; });
+    QVERIFY(QTest::qWaitForWindowActive(Form1));
+}
+
+void WholeRoadTest::cleanupTestCase()
+{
+    setMessageBoxAnswer({});
+    setOpenDialogAnswer({});
+}
+
+void WholeRoadTest::open(const QString &film)
+{
+    setOpenDialogAnswer([film] { return std::optional(film); });
+    press(Qt::Key_O, Qt::ControlModifier);
+    QVERIFY(OPENED);
+    QTRY_VERIFY(GetPosition() > 0);
+    press(Qt::Key_P, Qt::ControlModifier);
+    QVERIFY(PAUSED);
+    press(Qt::Key_R, Qt::ControlModifier);
+}
+
+/// Marks a scene from here on and leaves the film at its end.
+void WholeRoadTest::addScene(int seconds, const QString &title)
+{
+    press(Qt::Key_B, Qt::ControlModifier);
+    QVERIFY(Form2->isVisible());
+    for (int i = 0; i < seconds; ++i)
+        press(Qt::Key_F6);
+    press(Qt::Key_E, Qt::ControlModifier);
+    Form2->ListBox1->setCurrentRow(0);
+    QTest::keyClicks(Form2->Edit3, title);
+    QTest::mouseClick(Form2->BitBtn1, Qt::LeftButton);
+}
+
+void WholeRoadTest::addTypedScene(const QString &position, const QString &length, const QString &title)
+{
+    press(Qt::Key_B, Qt::ControlModifier);
+    Form2->Edit1->setText(position);
+    Form2->Edit2->setText(length);
+    Form2->ListBox1->setCurrentRow(0);
+    Form2->Edit3->setText(title);
+    QTest::mouseClick(Form2->BitBtn1, Qt::LeftButton);
+}
+
+void WholeRoadTest::exportGifs()
+{
+    onceOpen(Form4, [] { QTest::mouseClick(Form4->BitBtn1, Qt::LeftButton); });
+    press(Qt::Key_G, Qt::ControlModifier);
+    QCOMPARE(std::exchange(m_messages, {}), QStringList{"Экспорт завершён"});
+}
+
+void WholeRoadTest::exportDatabase()
+{
+    onceOpen(Form5, [] { QTest::mouseClick(Form5->BitBtn2, Qt::LeftButton); });
+    press(Qt::Key_L, Qt::ControlModifier);
+    QCOMPARE(std::exchange(m_messages, {}), QStringList{"Экспорт завершён"});
+}
+
+void WholeRoadTest::exportsShowTheMarkedPictures_data()
+{
+    QTest::addColumn<QString>("film");
+    QTest::addColumn<double>("rate");
+    QTest::newRow("MP4 with B pictures") << makeFilm(squareFilm) << 25.0;
+    QTest::newRow("24000/1001 in Matroska, wide") << makeFilm(wideFilm) << 24000.0 / 1001;
+    QTest::newRow("AVI, high") << makeFilm(plainFilm) << 30.0;
+}
+
+void WholeRoadTest::exportsShowTheMarkedPictures()
+{
+    QFETCH(const QString, film);
+    QFETCH(const double, rate);
+    const QTemporaryDir folder;
+    QVERIFY(folder.isValid());
+    const QString video = folder.filePath("фильм 'a' " + QFileInfo(film).fileName());
+    QVERIFY(QFile::copy(film, video));
+    open(video);
+    Form3->N12Click();
+    press(Qt::Key_F6);
+    press(Qt::Key_F5);
+    addScene(2, "Chase");
+    addScene(3, "");
+    addTypedScene("12.34", "2.5", "Ночь");
+    addTypedScene("3,9", "1", "с запятой");
+    addTypedScene("1000", "1", "за концом");
+    addTypedScene("5", "0", "пустая");
+    exportGifs();
+    exportDatabase();
+
+    // Every scene's GIF shows the pictures of its moments; what is asked for behind the end is the last picture.
+    QStringList expectedRows;
+    QStringList files;
+    const GridCells &list = Form3->StringGrid1->cells();
+    QCOMPARE(list.RowCount(), 7);
+    for (int row = 1; row < list.RowCount(); ++row) {
+        const Scene scene = sceneAt(list, row);
+        const QString name = scene.position + '_' + scene.length + ".gif";
+
+        const QString gif = video + ".images/" + name;
+        const double start = scene.position == "3,9" ? 3 : scene.position.toDouble();
+        QList<int> shown;
+        QList<int> expected;
+        QVERIFY2(QFile::exists(gif), qPrintable(name));
+        if (scene.length != "0") {
+            for (const QImage &picture : gifPictures(gif))
+                shown += paintedFrameNumber(picture).value_or(-1);
+        }
+        for (int second = 0; second < std::ceil(scene.length.toDouble()); ++second)
+            expected += std::min(499, static_cast<int>(rate * (start + second)));
+        QCOMPARE(shown, expected);
+        files += name;
+        expectedRows += QString("%1|%2|%3|%4").arg(row).arg(scene.title).arg(start).arg(QFileInfo(gif).size());
+    }
+    QProcess sqlite;
+    sqlite.start("sqlite3", {video + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
+    QVERIFY(sqlite.waitForFinished());
+    QCOMPARE(QString::fromUtf8(sqlite.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts), expectedRows);
+
+    // Nothing else lies beside the film.
+    files.sort();
+    QCOMPARE(QDir(video + ".images").entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), files);
+    const QString own = QFileInfo(video).fileName();
+    QCOMPARE(QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList({own, own + ".db", own + ".images"}));
+}
+
+namespace {
+
+int outcome = 1;
+
+/// The program makes its own application object; once all its windows are there, the test runs inside its message loop.
+void scheduleTest()
+{
+    QTimer::singleShot(10, qApp, [] {
+        if (!AboutBox) {
+            scheduleTest();
+            return;
+        }
+        WholeRoadTest test;
+        outcome = QTest::qExec(&test, QCoreApplication::arguments());
+        QApplication::closeAllWindows();
+    });
+}
+Q_COREAPP_STARTUP_FUNCTION(scheduleTest)
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const int ended = runProgram(argc, argv);
+    return outcome != 0 ? outcome : ended;
+}
+#include "whole_road_test.moc"
