@@ -263,10 +263,8 @@ void measureDatabase()
     constexpr int most = 10'000;
     constexpr int fewest = 1'000;
     constexpr qsizetype imageBytes = 40'000;
-    QFile film(QDir::tempPath() + "/tavrin-bench-film");
-    if (!film.open(QIODevice::WriteOnly))
-        throw std::runtime_error("no room for a film");
-    Program program(film.fileName());
+    // No film is opened for this.
+    Program program(QCoreApplication::applicationFilePath());
     QDir().mkpath(program.images());
     QByteArray image(imageBytes, Qt::Uninitialized);
     for (int i = 0; i < most; ++i) {
@@ -291,15 +289,15 @@ void measureDatabase()
             throw std::runtime_error("the window was not painted");
         return duration;
     };
-    std::vector<double> growth;
+    // Other work on the disk only ever adds to a run: the fastest ones count.
+    double few = std::numeric_limits<double>::infinity();
+    double many = few;
     for (int round = 0; round < 5; ++round) {
-        const double few = timeOf(fewest);
-        const double many = timeOf(most);
-        std::printf("# %d scenes: %.2f s, %d scenes: %.2f s\n", fewest, few / 1e3, most, many / 1e3);
-        growth.push_back(many / few);
+        few = std::min(few, timeOf(fewest));
+        many = std::min(many, timeOf(most));
     }
-    film.remove();
-    printFigure("sqlite_rows_growth", median(growth));
+    std::printf("# %d scenes: %.2f s, %d scenes: %.2f s\n", fewest, few / 1e3, most, many / 1e3);
+    printFigure("sqlite_rows_growth", many / few);
 }
 
 } // namespace
