@@ -46,6 +46,9 @@ constexpr QSize clientSize(1214, 698);
 constexpr double minute = 60.0 * unitsPerSecond;
 constexpr double second = unitsPerSecond;
 
+const QString playCaption = QStringLiteral("Воспроизведение");
+const QString pauseCaption = QStringLiteral("Пауза");
+
 /// A group of the control strip: its controls in a row.
 QGroupBox *addGroup(QBoxLayout *strip, const QString &caption, int width, const QList<QWidget *> &controls)
 {
@@ -61,10 +64,12 @@ QGroupBox *addGroup(QBoxLayout *strip, const QString &caption, int width, const 
     return group;
 }
 
-QPushButton *makeButton(const QString &caption, int width)
+/// The hint names the command in words, with its key; readers of the screen tell it after the caption.
+QPushButton *makeButton(const QString &caption, int width, const QString &hint)
 {
     auto *button = new QPushButton(caption);
     button->setFixedSize(width, 29);
+    button->setToolTip(hint);
     button->setAutoDefault(false);
     return button;
 }
@@ -139,22 +144,23 @@ void TForm1::buildPanels()
     TrackBar1 = makeTrackBar(-9, 10, 0, QStringLiteral("Скорость"));
     GroupBox1 = addGroup(strip, QStringLiteral("Скорость"), 100, {TrackBar1});
 
-    BitBtn10 = makeButton(QStringLiteral("Начало"), 60);
-    BitBtn11 = makeButton(QStringLiteral("Конец"), 60);
+    BitBtn10 = makeButton(QStringLiteral("Начало"), 60, QStringLiteral("Отметить начало сцены (Ctrl+B)"));
+    BitBtn11 = makeButton(QStringLiteral("Конец"), 60, QStringLiteral("Отметить конец сцены (Ctrl+E)"));
     GroupBox4 = addGroup(strip, QStringLiteral("Выделение сцены"), 138, {BitBtn10, BitBtn11});
 
     ProgressBar1 = new TProgressBar(nullptr);
     ProgressBar1->setAccessibleName(QStringLiteral("Текущее положение"));
     GroupBox2 = addGroup(strip, QStringLiteral("Текущее положение"), 0, {ProgressBar1});
 
-    BitBtn1 = makeButton(QStringLiteral("Перемотать"), 70);
-    BitBtn2 = makeButton(QStringLiteral("< 1 мин"), 60);
-    BitBtn3 = makeButton(QStringLiteral("< 1 сек"), 60);
-    BitBtn4 = makeButton(QStringLiteral("< 1 кадр"), 60);
-    BitBtn5 = makeButton(QStringLiteral(">"), 60);
-    BitBtn6 = makeButton(QStringLiteral("1 кадр >"), 60);
-    BitBtn7 = makeButton(QStringLiteral("1 сек >"), 60);
-    BitBtn8 = makeButton(QStringLiteral("1 мин >"), 60);
+    BitBtn1 = makeButton(QStringLiteral("Перемотать"), 70, QStringLiteral("Перемотать на начало (Ctrl+R)"));
+    BitBtn2 = makeButton(QStringLiteral("< 1 мин"), 60, QStringLiteral("Назад на 1 минуту (F2)"));
+    BitBtn3 = makeButton(QStringLiteral("< 1 сек"), 60, QStringLiteral("Назад на 1 секунду (F3)"));
+    BitBtn4 = makeButton(QStringLiteral("< 1 кадр"), 60, QStringLiteral("Назад на 1 кадр (F4)"));
+    BitBtn5 = makeButton(QStringLiteral(">"), 60, QStringLiteral("Воспроизведение и пауза (Ctrl+P)"));
+    BitBtn5->setAccessibleName(playCaption);
+    BitBtn6 = makeButton(QStringLiteral("1 кадр >"), 60, QStringLiteral("Вперёд на 1 кадр (F5)"));
+    BitBtn7 = makeButton(QStringLiteral("1 сек >"), 60, QStringLiteral("Вперёд на 1 секунду (F6)"));
+    BitBtn8 = makeButton(QStringLiteral("1 мин >"), 60, QStringLiteral("Вперёд на 1 минуту (F7)"));
     GroupBox5 = addGroup(strip, QStringLiteral("Навигация"), 545,
                          {BitBtn1, BitBtn2, BitBtn3, BitBtn4, BitBtn5, BitBtn6, BitBtn7, BitBtn8});
 
@@ -227,7 +233,7 @@ void TForm1::buildMenus()
     add(navigation, "second-forward", QStringLiteral("Впрерёд на 1 секунду"), K("F6"), &TForm1::BitBtn7Click);
     add(navigation, "minute-forward", QStringLiteral("Вперёд на 1 минуту"), K("F7"), &TForm1::BitBtn8Click);
     navigation->addSeparator();
-    N22 = add(navigation, "play", QStringLiteral("Воспроизведение"), K("Ctrl+P"), &TForm1::BitBtn5Click);
+    N22 = add(navigation, "play", playCaption, K("Ctrl+P"), &TForm1::BitBtn5Click);
     navigation->addSeparator();
     add(navigation, "rewind", QStringLiteral("Перемотать на начало"), K("Ctrl+R"), &TForm1::BitBtn1Click);
 
@@ -538,7 +544,9 @@ void TForm1::showOpenedVideo(const QString &filePath)
 void TForm1::showPlaying(bool playing)
 {
     BitBtn5->setText(playing ? QStringLiteral("[]") : QStringLiteral(">"));
-    N22->setText(playing ? QStringLiteral("Пауза") : QStringLiteral("Воспроизведение"));
+    N22->setText(playing ? pauseCaption : playCaption);
+    // Not every reader of the screen has words for these signs.
+    BitBtn5->setAccessibleName(N22->text());
     N22->setIcon(icon(playing ? "pause" : "play"));
 }
 

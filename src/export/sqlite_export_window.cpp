@@ -59,7 +59,6 @@ TForm5::TForm5(QWidget *owner)
         auto *control = new QPushButton(icon(iconName), caption, this);
         control->setObjectName(QLatin1String(name));
         control->setMinimumHeight(buttonHeight);
-        control->setAutoDefault(false);
         connect(control, &QPushButton::clicked, this, handler);
         column->addWidget(control);
         return control;

@@ -242,6 +242,7 @@ void MainWindowTest::theOpenedVideoIsShown()
     QCOMPARE(m_window->StatusBar1[2]->text(), QString("1280x720@25"));
     QCOMPARE(m_window->ProgressBar1->Max(), 90);
     QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
+    QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Пауза"));
     QCOMPARE(fakeSystem->level.left, std::uint16_t(65535));
 }
 
@@ -319,6 +320,7 @@ void MainWindowTest::playAndPauseAlternate()
     QVERIFY(PAUSED);
     QCOMPARE(m_window->BitBtn5->text(), QString(">"));
     QCOMPARE(m_window->N22->text(), QString("Воспроизведение"));
+    QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Воспроизведение"));
     press(QKeySequence("Ctrl+P"));
     QVERIFY(!PAUSED);
     QCOMPARE(m_window->BitBtn5->text(), QString("[]"));

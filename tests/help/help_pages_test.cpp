@@ -1,18 +1,25 @@
 #include "fake_graph.h"
 
 #include "app/main_window.h"
+#include "export/image_files.h"
+#include "export/scene_table.h"
+#include "export/sql_connection.h"
+#include "scenes/scene.h"
 #include "scenes/scenes_binding.h"
 #include "scenes/type_list.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QXmlStreamReader>
 
+#include <array>
 #include <map>
 
 namespace {
@@ -26,6 +33,8 @@ struct Page {
     QStringList pictures;
     /// The cells of each table row, each of them one line of plain text.
     QList<QStringList> rows;
+    /// The terms of the definition lists, each of them one line of plain text with a bar between the lines of the page.
+    QStringList terms;
     /// The texts of the preformatted blocks, by class.
     QMultiMap<QString, QString> blocks;
     QString error;
@@ -61,6 +70,10 @@ Page readPage(const QString &fileName)
                 text = &page.heading;
             else if (name == QLatin1String("pre"))
                 text = &*page.blocks.insert(attribute("class"), QString());
+            else if (name == QLatin1String("dt"))
+                text = &page.terms.emplace_back();
+            else if (name == QLatin1String("br") && text)
+                *text += QLatin1Char('|');
             else if (name == QLatin1String("tr"))
                 page.rows.emplace_back();
             else if (name == QLatin1String("td"))
@@ -68,9 +81,9 @@ Page readPage(const QString &fileName)
             break;
         }
         case QXmlStreamReader::EndElement:
-            for (const char *name : {"title", "h1", "pre", "td"}) {
+            for (const char *name : {"title", "h1", "pre", "td", "dt"}) {
                 if (reader.name() == QLatin1String(name)) {
-                    if (reader.name() == QLatin1String("td"))
+                    if (reader.name() == QLatin1String("td") || reader.name() == QLatin1String("dt"))
                         *text = text->simplified();
                     text = nullptr;
                 }
@@ -97,6 +110,36 @@ QStringList linesOfFile(const QString &fileName)
     return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
+/// Exports two scenes of the film, with their GIFs, as the program does.
+void writeDatabase(const QString &film)
+{
+    const std::array scenes{
+        Scene{.position = QStringLiteral("83.4"), .length = QStringLiteral("12.5"), .type = QStringLiteral("Диалог"),
+              .subtype = QStringLiteral("Спор"), .lasttype = {}, .title = QStringLiteral("Разговор на крыше"),
+              .persons = QStringLiteral("Анна, Пётр"), .place = QStringLiteral("Крыша"),
+              .time = QStringLiteral("лето"), .comment = {}, .latitude = QStringLiteral("55.7"),
+              .longitude = QStringLiteral("37.6")},
+        Scene{.position = QStringLiteral("1490"), .length = QStringLiteral("60"), .type = QStringLiteral("Погоня"),
+              .subtype = {}, .lasttype = {}, .title = QStringLiteral("У реки"), .persons = QStringLiteral("Пётр"),
+              .place = QStringLiteral("Берег"), .time = QStringLiteral("осень"), .comment = {}, .latitude = {},
+              .longitude = {}}};
+    GridCells list(sceneColumnCount);
+    QVERIFY(QDir().mkdir(imagesFolderOf(film)));
+    for (const Scene &scene : scenes) {
+        setScene(list, rowForNewScene(list), scene);
+        QFile image(gifFileOf(film, scene.position, scene.length));
+        QVERIFY(image.open(QIODevice::WriteOnly));
+        image.write("GIF89a");
+    }
+    TSQLConnection connection;
+    connection.Params[QStringLiteral("Database")] = databaseFileOf(film);
+    connection.Params[QStringLiteral("FailIfMissing")] = QStringLiteral("False");
+    connection.Open();
+    TSQLQuery query(connection);
+    createSceneTable(query);
+    insertScenes(query, list, film);
+}
+
 std::unique_ptr<GraphSystem> makeFakeSystem(QWidget *)
 {
     return std::make_unique<FakeGraphSystem>();
@@ -113,6 +156,7 @@ private Q_SLOTS:
     void everyPageIsInTheContents();
     void everyTermOfTheIndexLeadsSomewhere();
     void everyCommandIsTold();
+    void everyMessageIsExplained();
     void everyQueryRuns();
     void theExampleOfAScenesFileCanBeRead();
     void theExampleOfATypeListDoesWhatThePageSays();
@@ -204,22 +248,55 @@ void HelpPagesTest::everyCommandIsTold()
     QVERIFY(commands > 15);
 }
 
+void HelpPagesTest::everyMessageIsExplained()
+{
+    QStringList explained;
+    for (const QString &term : m_pages.at(QStringLiteral("messages.html")).terms)
+        explained += term.split('|');
+    for (QString &term : explained)
+        term = term.simplified();
+
+    // What the sources throw or show, up to the first thing that is filled in.
+    static const QRegularExpression message(QStringLiteral(
+        R"re((?:UserError|PartlyReadError|[sS]howMessage|showError|obtain)\([^";]*"([^"]*)")re"));
+    static const QRegularExpression rest(QStringLiteral(R"re(:?\s*(?:«?%\d|\\n).*$|\s+$)re"));
+    // Two that become a part of another message, and two that only a fault of the program itself could show.
+    const QStringList partsOfMessages{QStringLiteral("элемент"), QStringLiteral("Не удалось открыть базу данных"),
+                                      QStringLiteral("База данных не открыта"),
+                                      QStringLiteral("У запроса нет параметра")};
+    int messages = 0;
+    QDirIterator sources(QStringLiteral(SOURCE_FOLDER), {QStringLiteral("*.cpp")}, QDir::Files,
+                         QDirIterator::Subdirectories);
+    while (sources.hasNext()) {
+        QFile source(sources.next());
+        QVERIFY(source.open(QIODevice::ReadOnly));
+        auto found = message.globalMatch(QString::fromUtf8(source.readAll()));
+        while (found.hasNext()) {
+            const QString text = found.next().captured(1);
+            const QString start = QString(text).remove(rest);
+            if (partsOfMessages.contains(start))
+                continue;
+            ++messages;
+            const bool told = std::any_of(explained.cbegin(), explained.cend(), [&](const QString &term) {
+                return term.startsWith(start);
+            });
+            QVERIFY2(told, qPrintable(source.fileName() + QStringLiteral(": ") + text));
+        }
+    }
+    QVERIFY2(messages > 30, qPrintable(QString::number(messages)));
+}
+
 void HelpPagesTest::everyQueryRuns()
 {
     const QStringList queries = m_pages.at(QStringLiteral("queries.html")).blocks.values(QStringLiteral("sql"));
     QVERIFY(queries.size() > 5);
     QTemporaryDir folder;
+    const QString film = folder.filePath(QStringLiteral("film.mp4"));
+    writeDatabase(film);
     for (const QString &query : queries) {
         QProcess sqlite;
         sqlite.setWorkingDirectory(folder.path());
-        sqlite.start(QStringLiteral("sqlite3"), {QStringLiteral("-bail"), QStringLiteral(":memory:")});
-        sqlite.write(
-            "CREATE TABLE scenes (id INTEGER NOT NULL PRIMARY KEY AUTOINCREMENT,position REAL,length REAL,type TEXT,"
-            "subtype TEXT,lasttype TEXT,title TEXT,persons TEXT,place TEXT,time TEXT,comment TEXT,latitude REAL,"
-            "longitude REAL,image BLOB);\n"
-            "INSERT INTO scenes VALUES (1,83.4,12.5,'Диалог','Спор','','Разговор на крыше','Анна, Пётр','Крыша',"
-            "'лето','',55.7,37.6,x'474946383961');\n"
-            "INSERT INTO scenes VALUES (2,1490,60,'Погоня','','','У реки','Пётр','Берег','осень','',0,0,x'4749');\n");
+        sqlite.start(QStringLiteral("sqlite3"), {QStringLiteral("-bail"), databaseFileOf(film)});
         sqlite.write(query.toUtf8());
         sqlite.closeWriteChannel();
         QVERIFY2(sqlite.waitForFinished(), qPrintable(sqlite.errorString()));
@@ -227,7 +304,8 @@ void HelpPagesTest::everyQueryRuns()
         QVERIFY2(sqlite.exitCode() == 0 && !sqlite.readAllStandardOutput().trimmed().isEmpty(),
                  qPrintable(query + QLatin1Char('\n') + QString::fromUtf8(sqlite.readAllStandardError())));
     }
-    QCOMPARE(QFile(folder.filePath(QStringLiteral("scene-1.gif"))).size(), 6);
+    for (const char *name : {"scene-1.gif", "scene-2.gif"})
+        QCOMPARE(QFile(folder.filePath(QLatin1String(name))).size(), 6);
 }
 
 void HelpPagesTest::theExampleOfAScenesFileCanBeRead()
