@@ -1,6 +1,6 @@
 # Everything a person does with this tree, on a bare Debian 12.
 
-.PHONY: run test bench deb deps clean
+.PHONY: run test bench fuzz deb deps clean
 
 run: deps
 	scripts/build release
@@ -13,6 +13,9 @@ test: deps
 bench: deps
 	scripts/build release -DTAVRIN_BENCH=ON
 	scripts/bench release
+
+fuzz: deps
+	scripts/fuzz $(if $(FILMS),$(FILMS),10000) $(SEED)
 
 deb:
 	scripts/make-deb

@@ -133,9 +133,9 @@ bool FilmFile::chooseStream()
 bool FilmFile::prepareOrder()
 {
     const AVInputFormat &format = *m_context->iformat;
-    const bool isAvi = std::string_view(format.name) == "avi";
+    m_isAvi = std::string_view(format.name) == "avi";
     m_filter.reset();
-    if (isAvi && m_stream->codecpar->codec_id == AV_CODEC_ID_MPEG4) {
+    if (m_isAvi && m_stream->codecpar->codec_id == AV_CODEC_ID_MPEG4) {
         // A picture and the bidirectional one before it in one packet, an empty packet after.
         AVBSFContext *filter = nullptr;
         const int result = av_bsf_alloc(av_bsf_get_by_name("mpeg4_unpack_bframes"), &filter);
@@ -146,7 +146,7 @@ bool FilmFile::prepareOrder()
         if (av_bsf_init(filter) < 0)
             return false;
     }
-    m_tellsTimes = !isAvi && m_stream->start_time != AV_NOPTS_VALUE;
+    m_tellsTimes = !m_isAvi && m_stream->start_time != AV_NOPTS_VALUE;
     m_order = m_tellsTimes ? PresentationOrder::filling(*m_stream->codecpar)
                            : PresentationOrder::of(*m_stream->codecpar);
     forgetPosition();
@@ -223,11 +223,36 @@ Packet FilmFile::readStream()
             return nullptr;
         if (result < 0)
             ++failures;
-        else if (packet->stream_index == m_stream->index)
+        else if (packet->stream_index == m_stream->index) {
+            if (m_isAvi)
+                countByIndex(*packet);
             return packet;
+        }
         av_packet_unref(packet.get());
     }
     return nullptr;
+}
+
+// An AVI file tells no times, packets are counted; past a damaged stretch the count is short of those that were lost.
+void FilmFile::countByIndex(AVPacket &packet) const
+{
+    constexpr std::int64_t chunkHeader = 8;
+    const std::int64_t chunk = packet.pos - chunkHeader;
+    int first = 0;
+    for (int count = avformat_index_get_entries_count(m_stream); count > 0;) {
+        const int half = count / 2;
+        const AVIndexEntry *entry = avformat_index_get_entry(m_stream, first + half);
+        if (entry->pos == chunk) {
+            packet.dts = entry->timestamp;
+            return;
+        }
+        if (entry->pos < chunk) {
+            first += half + 1;
+            count -= half + 1;
+        } else {
+            count = half;
+        }
+    }
 }
 
 Packet FilmFile::readFiltered()

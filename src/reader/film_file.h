@@ -64,6 +64,7 @@ private:
     [[nodiscard]] bool chooseStream();
     [[nodiscard]] bool prepareOrder();
     [[nodiscard]] Packet readStream();
+    void countByIndex(AVPacket &packet) const;
     [[nodiscard]] Packet readFiltered();
     void forgetPosition();
     [[nodiscard]] std::int64_t nextSlot(const AVPacket &packet);
@@ -78,6 +79,7 @@ private:
     InputOutput m_input; ///< the file, whatever its name names by now
     FormatContext m_context;
     AVStream *m_stream = nullptr;
+    bool m_isAvi = false;
     bool m_complete = false;    ///< the index names every picture
     bool m_sparseIndex = false; ///< there is none worth the name: transport and program streams
     BitstreamFilter m_filter;

@@ -418,7 +418,8 @@ void PictureFinder::noteTime(std::int64_t shown, std::int64_t decoded)
         m_complete = std::max(m_complete, decoded);
     } else if (m_times.size() > m_reordering) {
         // At most so many pictures are decoded before one that is shown before them.
-        m_complete = std::max(m_complete, std::next(m_times.rbegin(), static_cast<std::ptrdiff_t>(m_reordering))->first);
+        const auto certain = std::next(m_times.rbegin(), static_cast<std::ptrdiff_t>(m_reordering));
+        m_complete = std::max(m_complete, certain->first);
     }
 }
 

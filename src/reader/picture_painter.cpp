@@ -137,8 +137,9 @@ bool PicturePainter::prepare(const AVFrame &picture)
     const AVPixFmtDescriptor *format = av_pix_fmt_desc_get(source.format);
     const bool transparent = format != nullptr && (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
     m_pixelBytes = transparent ? bytesPerPixelWithAlpha : bytesPerPixel;
-    m_scaler.reset(sws_getContext(source.width, source.height, source.format, width, height,
-                                  transparent ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR24, flags, nullptr, nullptr, nullptr));
+    const AVPixelFormat target = transparent ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR24;
+    m_scaler.reset(sws_getContext(source.width, source.height, source.format, width, height, target, flags, nullptr,
+                                  nullptr, nullptr));
     if (!m_scaler)
         return false;
     // Formats that have no matrix refuse one.
@@ -156,8 +157,8 @@ bool PicturePainter::prepare(const AVFrame &picture)
 
 bool PicturePainter::paint(const AVFrame &picture, std::span<std::byte> pixels)
 {
-    if (picture.width <= 0 || picture.height <= 0 || av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format)) == nullptr
-        || !prepare(picture))
+    const bool known = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format)) != nullptr;
+    if (picture.width <= 0 || picture.height <= 0 || !known || !prepare(picture))
         return false;
     std::uint8_t *rows[4] = {m_upright.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {m_stride, 0, 0, 0};

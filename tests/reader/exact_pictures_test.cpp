@@ -67,7 +67,10 @@ void ExactPicturesTest::indexIsPicture()
     const QString path = makeReaderFilm(tried);
     const auto film = Film::open(path.toStdString(), never, never);
     QVERIFY(film);
-    const std::vector<WitnessedPicture> pictures = witnessedPictures(path);
+    // The quick conversion is for pictures of even size that are shown as large as they are.
+    const QSize shown(film->width(), film->height());
+    const bool quick = !tried.anamorphic && shown.width() % 2 == 0 && shown.height() % 2 == 0;
+    const std::vector<WitnessedPicture> pictures = witnessedPictures(path, quick ? QSize() : shown);
     QVERIFY(pictures.size() > 30);
     std::vector<QByteArray> expected;
     if (tried.gaps) {

@@ -187,8 +187,8 @@ void FrameServerTest::picturesAreThereBeforeTheirEcho()
 void FrameServerTest::brokenCommandsAreNotAnswered_data()
 {
     QTest::addColumn<QByteArray>("command");
-    for (const char *command : {"read", "read ", "read x", "read 1x", "read 1 2 3", "read 1.5", "reads 1", "open", "open ",
-                                "frames", "frames x", "closes", "close now", " close", "exit now", "x"})
+    for (const char *command : {"read", "read ", "read x", "read 1x", "read 1 2 3", "read 1.5", "reads 1", "open",
+                                "open ", "frames", "frames x", "closes", "close now", " close", "exit now", "x"})
         QTest::newRow(command) << QByteArray(command);
     // A path that leaves no room for its end: the rest of the block is not read for it.
     QTest::newRow("no end") << ("open /" + QByteArray(994, 'x'));

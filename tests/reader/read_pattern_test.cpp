@@ -19,8 +19,8 @@ private Q_SLOTS:
 void ReadPatternTest::anExportIsForeseen_data()
 {
     QTest::addColumn<double>("rate");
-    for (const double rate : {24000.0 / 1001.0, 24.0, 25.0, 30000.0 / 1001.0, 30.0, 48.0, 50.0, 60000.0 / 1001.0, 15.0,
-                              10.0, 29.5, 3.0})
+    for (const double rate : {24000.0 / 1001.0, 24.0, 25.0, 30000.0 / 1001.0, 30.0, 48.0, 50.0, 60000.0 / 1001.0,
+                              15.0, 10.0, 29.5, 3.0})
         QTest::addRow("%g", rate) << rate;
 }
 

@@ -31,7 +31,8 @@ QStringList x264(const QString &parameters, const QString &preset = "veryfast")
 
 QStringList x265(const QString &parameters)
 {
-    return {"-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-x265-params", "log-level=none:" + parameters};
+    return {"-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-x265-params",
+            "log-level=none:" + parameters};
 }
 
 QStringList encoder(const QString &name, const QStringList &more = {})
@@ -80,10 +81,10 @@ std::vector<ReaderFilm> allFilms()
         {spec("mpeg4_b.avi", mpeg4B)},
         {spec("mpeg4_b.mp4", mpeg4B)},
         {spec("packed.avi", encoder("libxvid", {"-q:v", "4", "-g", "30", "-bf", "2"}))},
-        {spec("vp8.webm", encoder("libvpx", {"-g", "40", "-deadline", "realtime", "-cpu-used", "8", "-auto-alt-ref", "1",
-                                             "-lag-in-frames", "10"}))},
-        {spec("vp9.webm", encoder("libvpx-vp9", {"-g", "40", "-deadline", "good", "-cpu-used", "8", "-auto-alt-ref", "1",
-                                                 "-lag-in-frames", "16"}))},
+        {spec("vp8.webm", encoder("libvpx", {"-g", "40", "-deadline", "realtime", "-cpu-used", "8", "-auto-alt-ref",
+                                             "1", "-lag-in-frames", "10"}))},
+        {spec("vp9.webm", encoder("libvpx-vp9", {"-g", "40", "-deadline", "good", "-cpu-used", "8", "-auto-alt-ref",
+                                                 "1", "-lag-in-frames", "16"}))},
         {spec("av1.mp4", encoder("libsvtav1", {"-preset", "12", "-g", "40"}))},
         {spec("av1.mkv", encoder("libaom-av1", {"-cpu-used", "8", "-usage", "realtime", "-g", "40"}))},
         {spec("mjpeg.avi", encoder("mjpeg", {"-q:v", "4"}))},
@@ -94,6 +95,51 @@ std::vector<ReaderFilm> allFilms()
         {spec("flv1.flv", encoder("flv", {"-q:v", "4", "-g", "30"}))},
         {spec("ffv1.mkv", encoder("ffv1"))},
         {spec("gif.gif", encoder("gif"))},
+        // Other kinds of pixels.
+        {spec("h264_10.mp4", {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p10le", "-g", "40"})},
+        {spec("h264_422.mkv", {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv422p", "-g", "40"})},
+        {spec("h264_444.mp4", {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv444p", "-g", "40"})},
+        {spec("h264_rgb.mkv", {"-c:v", "libx264rgb", "-preset", "veryfast", "-pix_fmt", "bgr24", "-g", "40"})},
+        {spec("hevc_10.mkv", {"-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", "yuv420p10le", "-x265-params",
+                              "log-level=none:keyint=30"})},
+        {spec("vp9_10.webm", {"-c:v", "libvpx-vp9", "-pix_fmt", "yuv420p10le", "-g", "40", "-deadline", "realtime",
+                              "-cpu-used", "8"})},
+        {spec("av1_10.mp4", {"-c:v", "libsvtav1", "-pix_fmt", "yuv420p10le", "-preset", "12", "-g", "40"})},
+        {spec("vp9.mp4", encoder("libvpx-vp9", {"-g", "40", "-deadline", "realtime", "-cpu-used", "8"}))},
+        {spec("odd.mkv", {"-vf", "crop=iw-5:ih-3:exact=1", "-c:v", "ffv1", "-pix_fmt", "yuv420p"})},
+        {spec("odd.mp4", {"-vf", "crop=iw-5:ih-3:exact=1", "-c:v", "libx264", "-preset", "veryfast", "-pix_fmt",
+                          "yuv444p", "-g", "40"})},
+        {spec("palette.mov", {"-vf", "format=rgb8,format=pal8", "-c:v", "png"})},
+        {spec("palette.avi", {"-vf", "format=rgb8,format=pal8", "-c:v", "rawvideo"})},
+        {spec("raw_bgr.avi", {"-c:v", "rawvideo", "-pix_fmt", "bgr24"})},
+        {spec("raw_rgb555.avi", {"-c:v", "rawvideo", "-pix_fmt", "rgb555le"})},
+        {spec("raw_yuy2.avi", {"-c:v", "rawvideo", "-pix_fmt", "yuyv422"})},
+        {spec("alpha.mov", {"-c:v", "qtrle", "-pix_fmt", "argb"})},
+        {spec("alpha_png.mov", {"-c:v", "png", "-pix_fmt", "rgba"})},
+        {spec("alpha_prores.mov", {"-c:v", "prores_ks", "-profile:v", "4444", "-pix_fmt", "yuva444p10le"})},
+        {spec("gray.mkv", {"-c:v", "ffv1", "-pix_fmt", "gray"})},
+        {spec("huffyuv.avi", encoder("huffyuv"))},
+        {spec("utvideo.avi", encoder("utvideo"))},
+        {spec("mjpeg_444.mov", {"-c:v", "mjpeg", "-q:v", "4", "-pix_fmt", "yuvj444p"})},
+        {.made = spec("dv.avi", {"-vf", "scale=720:576,setdar=4/3", "-c:v", "dvvideo", "-pix_fmt", "yuv420p"}),
+         .anamorphic = true},
+        {.made = spec("dv.dv", {"-vf", "scale=720:576,setdar=4/3", "-c:v", "dvvideo", "-pix_fmt", "yuv420p"}),
+         .anamorphic = true},
+        {.made = spec("anamorphic.mp4", QStringList{"-vf", "setsar=12/11"} + bFrames), .anamorphic = true},
+        {spec("mpeg2_interlaced.ts", mpeg2 + QStringList{"-flags", "+ildct+ilme", "-top", "1"})},
+        {spec("mpeg2_interlaced.mpg", mpeg2 + QStringList{"-flags", "+ildct+ilme", "-top", "0"}, {"-f", "vob"})},
+        {spec("h264_interlaced.mp4", x264("keyint=30:tff=1:bframes=2") + QStringList{"-flags", "+ildct+ilme"})},
+        {spec("h264.3gp", bFrames)},
+        {spec("h264_16refs.mkv", x264("keyint=60:ref=16:bframes=8:b-pyramid=normal:b-adapt=0", "fast"))},
+        {spec("h264_offset.mp4", bFrames, {"-output_ts_offset", "5.5"})},
+        {spec("mpeg2_offset.mpg", mpeg2, {"-f", "vob", "-output_ts_offset", "700"})},
+        {spec("hevc_layers.mp4", x265("keyint=30:bframes=4:b-pyramid=1:temporal-layers=3"))},
+        {.made = {.file = "reader_rotated.mp4",
+                  .size = size,
+                  .frames = frames,
+                  .video = QStringList{"-vf", "transpose=cclock"} + bFrames,
+                  .audio = {},
+                  .rotation = 90}},
         // What was cut out of a film without decoding it.
         {.made = spec("cut.mp4", bFrames), .copied = {"-ss", "2.6"}},
         {.made = spec("cut_open.mp4", openGroups), .copied = {"-ss", "2.6"}},
@@ -112,7 +158,7 @@ void run(const QString &program, const QStringList &arguments, QByteArray *outpu
     process.start(program, arguments);
     const bool finished = process.waitForFinished(120'000);
     if (!finished || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        throw std::runtime_error((program + ": " + QString::fromLocal8Bit(process.readAllStandardError())).toStdString());
+        throw std::runtime_error(program.toStdString() + ": " + process.readAllStandardError().toStdString());
     if (output != nullptr)
         *output = process.readAllStandardOutput();
 }
@@ -136,8 +182,8 @@ QString makeReaderFilm(const ReaderFilm &film)
     const QString made = makeFilm(film.made);
     if (!film.copied.isEmpty()) {
         const QString copy = changed(made);
-        run("ffmpeg", QStringList{"-nostdin", "-y", "-v", "error"} + film.copied.mid(0, 2) + QStringList{"-i", made, "-c", "copy"}
-                          + film.copied.mid(2) + QStringList{copy});
+        run("ffmpeg", QStringList{"-nostdin", "-y", "-v", "error"} + film.copied.mid(0, 2)
+                          + QStringList{"-i", made, "-c", "copy"} + film.copied.mid(2) + QStringList{copy});
         return copy;
     }
     if (film.cutBytes > 0) {
@@ -151,14 +197,18 @@ QString makeReaderFilm(const ReaderFilm &film)
     return made;
 }
 
-std::vector<WitnessedPicture> witnessedPictures(const QString &path)
+std::vector<WitnessedPicture> witnessedPictures(const QString &path, QSize slowlyTo)
 {
     // Like the player, the reader shows what an edit list leaves out.
     const QStringList input = path.endsWith(".mp4") ? QStringList{"-advanced_editlist", "0"} : QStringList();
+    const QString scale = slowlyTo.isEmpty() ? QString("scale=flags=bilinear")
+                                                : QString("scale=%1:%2:flags=bicubic+full_chroma_int+accurate_rnd")
+                                                      .arg(slowlyTo.width())
+                                                      .arg(slowlyTo.height());
     QByteArray lines;
     run("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
-                      + QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-copyts", "-enc_time_base", "-1",
-                                    "-vf", "scale=flags=bilinear", "-pix_fmt", "bgr24", "-f", "framemd5", "pipe:1"},
+                      + QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-copyts", "-enc_time_base",
+                                    "-1", "-vf", scale, "-pix_fmt", "bgr24", "-f", "framemd5", "pipe:1"},
         &lines);
     std::vector<WitnessedPicture> pictures;
     double timeBase = 1.0;
