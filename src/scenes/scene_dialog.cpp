@@ -158,7 +158,8 @@ void TForm2::buildControls()
     Edit9 = edit("Edit9", GroupBox4, Label9, QStringLiteral("Долгота"), QStringLiteral("47.203575"), Qt::AlignRight);
     ComboBox1 = new QComboBox(GroupBox4);
     ComboBox1->setObjectName(QStringLiteral("ComboBox1"));
-    ComboBox1->setAccessibleName(QStringLiteral("Картографический сервис"));
+    // A combo box tells its choice as its name.
+    ComboBox1->setAccessibleDescription(QStringLiteral("Картографический сервис"));
     ComboBox1->addItems(mapServices());
     BitBtn2 = button("BitBtn2", QStringLiteral("Указать"), "map", &TForm2::BitBtn2Click);
     BitBtn2->setToolTip(

@@ -25,7 +25,7 @@ struct FilmSpec {
 /// pictures. One table row a film; the file names are unique.
 [[nodiscard]] const std::vector<FilmSpec> &standardFilms();
 
-/// The spec of a standard film by its file name; it must be one of them.
+/// What describes a standard film by its file name; it must be one of them.
 [[nodiscard]] const FilmSpec &standardFilm(const QString &file);
 
 /// The path of the film, which is made now unless the build's film folder already holds it, made by the same
