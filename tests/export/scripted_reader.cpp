@@ -81,10 +81,11 @@ public:
         if (start == "die")
             return EXIT_FAILURE;
         pauseFor(start);
-        const auto mutex = LivenessMutex::create(nameOf(frame_protocol::livenessMutex));
         command = SharedMemory::create(nameOf(frame_protocol::commandBlock), frame_protocol::blockSize);
         result = SharedMemory::create(nameOf(frame_protocol::resultBlock), frame_protocol::blockSize);
         data = SharedMemory::create(nameOf(frame_protocol::dataBlock), frame_protocol::unopenedDataSize);
+        // Last, as the real one does: who sees it takes the blocks for there.
+        const auto mutex = LivenessMutex::create(nameOf(frame_protocol::livenessMutex));
         if (!mutex || !command || !result || !data)
             return EXIT_FAILURE;
         StartingProcess::tellReady();
