@@ -41,17 +41,28 @@ PlainFormat plainFormat(AVPixelFormat format)
     }
 }
 
+// Demuxers and decoders pass on numbers that a damaged file holds and that no enumeration has room for.
+template <typename Enumeration>
+int numberOf(const Enumeration &value)
+{
+    static_assert(sizeof(Enumeration) == sizeof(int));
+    int number = 0;
+    std::memcpy(&number, &value, sizeof number);
+    return number;
+}
+
 // The player's guess where the film does not tell.
 AVColorSpace matrixOf(const AVFrame &picture)
 {
-    switch (picture.colorspace) {
+    const int told = numberOf(picture.colorspace);
+    switch (told) {
     case AVCOL_SPC_BT709:
     case AVCOL_SPC_FCC:
     case AVCOL_SPC_BT470BG:
     case AVCOL_SPC_SMPTE170M:
     case AVCOL_SPC_SMPTE240M:
     case AVCOL_SPC_BT2020_NCL:
-        return picture.colorspace;
+        return static_cast<AVColorSpace>(told);
     case AVCOL_SPC_BT2020_CL:
         return AVCOL_SPC_BT2020_NCL;
     default: {
@@ -123,7 +134,7 @@ bool PicturePainter::prepare(const AVFrame &picture)
 {
     const PlainFormat plain = plainFormat(static_cast<AVPixelFormat>(picture.format));
     const Source source{picture.width, picture.height, plain.format, matrixOf(picture),
-                        plain.fullRange || picture.color_range == AVCOL_RANGE_JPEG};
+                        plain.fullRange || numberOf(picture.color_range) == AVCOL_RANGE_JPEG};
     if (m_scaler && source == m_source)
         return true;
 

@@ -1,6 +1,7 @@
 #include "widgets/message_box.h"
 
 #include <QApplication>
+#include <QGridLayout>
 #include <QMessageBox>
 
 #include <utility>
@@ -19,6 +20,10 @@ void showBox(QMessageBox::Icon icon, const QString &text)
                     QApplication::activeWindow());
     // File names and parser messages come from outside: they are text, never markup.
     box.setTextFormat(Qt::PlainText);
+    // A short text makes no box so narrow that its title is cut off.
+    constexpr int leastWidth = 240;
+    if (auto *grid = qobject_cast<QGridLayout *>(box.layout()))
+        grid->addItem(new QSpacerItem(leastWidth, 0), grid->rowCount(), 0, 1, grid->columnCount());
     box.exec();
 }
 

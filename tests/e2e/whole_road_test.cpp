@@ -5,6 +5,7 @@
 #include "app/main_window.h"
 #include "app/start_up.h"
 #include "export/gif_export_dialog.h"
+#include "export/radio_group.h"
 #include "export/sqlite_export_window.h"
 #include "help/about_box.h"
 #include "player/playback_engine.h"
@@ -23,8 +24,11 @@
 #include <QTest>
 #include <QTimer>
 
+#include <sys/types.h>
+
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <functional>
 
 namespace {
@@ -77,6 +81,8 @@ private Q_SLOTS:
     void initTestCase();
     void exportsShowTheMarkedPictures_data();
     void exportsShowTheMarkedPictures();
+    void troubleCostsNoScene_data();
+    void troubleCostsNoScene();
     void cleanupTestCase();
 
 private:
@@ -214,6 +220,89 @@ void WholeRoadTest::exportsShowTheMarkedPictures()
     const QString own = QFileInfo(video).fileName();
     QCOMPARE(QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList({own, own + ".db", own + ".images"}));
+}
+
+void WholeRoadTest::troubleCostsNoScene_data()
+{
+    QTest::addColumn<QString>("trouble");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("the reader is killed while idle") << "kill idle" << "";
+    QTest::newRow("the reader is killed between two scenes") << "kill" << "неожиданно завершилась";
+    QTest::newRow("the reader is stopped for ten seconds") << "stop" << "";
+    QTest::newRow("the film is deleted") << "delete" << "";
+    QTest::newRow("the disk is full") << "full" << "на диске нет свободного места";
+}
+
+/// Trouble comes when the first of three scenes is done; once it has passed, an export makes all of them.
+void WholeRoadTest::troubleCostsNoScene()
+{
+    QFETCH(const QString, trouble);
+    QFETCH(const QString, message);
+    const QTemporaryDir folder;
+    const QString video = folder.filePath("a.mp4");
+    QVERIFY(QFile::copy(makeFilm(squareFilm), video));
+    open(video);
+    Form3->N12Click();
+    for (const char *position : {"1", "9", "3"})
+        addTypedScene(position, "2", "");
+    QProcess children;
+    children.start("pgrep", {"-P", QString::number(QCoreApplication::applicationPid()), "FrameReader"});
+    QVERIFY(children.waitForFinished());
+    const pid_t reader = children.readAllStandardOutput().trimmed().toInt();
+    QVERIFY(reader > 0);
+    if (trouble == "kill idle") {
+        QCOMPARE(kill(reader, SIGKILL), 0);
+        QTest::qWait(100);
+    }
+    if (trouble == "full") {
+        QVERIFY(QDir().mkdir(video + ".images"));
+        // A GIF takes more than this.
+        if (QProcess::execute("mount", {"-t", "tmpfs", "-o", "size=4k", "none", video + ".images"}) != 0)
+            QSKIP("only the system's administrator can make a small disk");
+    }
+
+    const auto cause = connect(Form4, &QWidget::windowTitleChanged, this, [&](const QString &title) {
+        if (!title.endsWith("1 из 3"))
+            return;
+        if (trouble == "kill")
+            kill(reader, SIGKILL);
+        if (trouble == "delete")
+            QFile::remove(video);
+        if (trouble == "stop") {
+            kill(reader, SIGSTOP);
+            QProcess::startDetached("sh", {"-c", QString("sleep 10; kill -CONT %1").arg(reader)});
+        }
+    });
+    onceOpen(Form4, [] { QTimer::singleShot(0, Form4, &TForm4::BitBtn1Click); });
+    QTimer watch;
+    connect(&watch, &QTimer::timeout, this, [&] {
+        if (!m_messages.isEmpty() && Form4->isVisible())
+            QTest::keyClick(Form4, Qt::Key_Escape);
+    });
+    watch.start(50);
+    press(Qt::Key_G, Qt::ControlModifier);
+    disconnect(cause);
+    watch.stop();
+    QCOMPARE(m_messages.takeLast(), QString("Экспорт завершён"));
+    QVERIFY2(message.isEmpty() ? m_messages.isEmpty() : m_messages.value(0).endsWith(message),
+             qPrintable(m_messages.join('\n')));
+    m_messages.clear();
+    if (trouble == "full") {
+        QVERIFY(QDir(video + ".images").isEmpty());
+        QCOMPARE(QProcess::execute("umount", {video + ".images"}), 0);
+    }
+    if (trouble == "delete")
+        QVERIFY(QFile::copy(makeFilm(squareFilm), video));
+
+    QVERIFY(Form3->StringGrid1->RowCount() == 4);
+    Form4->RadioGroup1->setItemIndex(1);
+    exportGifs();
+    for (const int start : {1, 9, 3}) {
+        QList<int> shown;
+        for (const QImage &picture : gifPictures(video + QString(".images/%1_2.gif").arg(start)))
+            shown += paintedFrameNumber(picture).value_or(-1);
+        QCOMPARE(shown, QList<int>({start * 25, start * 25 + 25}));
+    }
 }
 
 namespace {

@@ -47,7 +47,7 @@ std::vector<QByteArray> smallFilms()
     for (ReaderFilm film : readerFilms()) {
         if (!film.copied.isEmpty() || film.cutBytes > 0)
             continue;
-        film.made.file.replace("reader_", "fuzz_");
+        film.made.file = "fuzz_" + film.made.file;
         film.made.size = {96, 72};
         film.made.frames = 40;
         QFile file(makeReaderFilm(film));

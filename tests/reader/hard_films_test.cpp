@@ -12,6 +12,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
+#include <cstring>
+
 // Films that a reader could give up on: it answers every read of them, and in time.
 
 class HardFilmsTest : public QObject {
@@ -27,6 +30,7 @@ private Q_SLOTS:
     void tenHours_data();
     void tenHours();
     void picturesLargerThanCanBeHeldAreRefused();
+    void coloursThatDoNotExistAreGuessed();
 };
 
 namespace {
@@ -209,6 +213,30 @@ void HardFilmsTest::picturesLargerThanCanBeHeldAreRefused()
     QVERIFY(!shownGeometry(160, 120, {1, std::numeric_limits<int>::max()}, 0));
     QVERIFY(!shownGeometry(std::numeric_limits<int>::max(), std::numeric_limits<int>::max(), {0, 1}, 3));
     QVERIFY(!shownGeometry(0, 120, {1, 1}, 0));
+}
+
+// Decoders pass on the numbers that damaged headers hold.
+void HardFilmsTest::coloursThatDoNotExistAreGuessed()
+{
+    const Frame picture(av_frame_alloc());
+    picture->width = 16;
+    picture->height = 16;
+    picture->format = AV_PIX_FMT_YUV420P;
+    QVERIFY(av_frame_get_buffer(picture.get(), 0) >= 0);
+    for (int plane = 0; plane < 3; ++plane)
+        std::fill_n(picture->data[plane], picture->linesize[plane] * (plane == 0 ? 16 : 8), 90 + 40 * plane);
+    using Pixels = std::array<std::byte, 16 * 16 * 3>;
+    const auto paint = [&](int matrix, int range) {
+        std::memcpy(&picture->colorspace, &matrix, sizeof matrix);
+        std::memcpy(&picture->color_range, &range, sizeof range);
+        Pixels pixels{};
+        PicturePainter painter(*shownGeometry(16, 16, {1, 1}, 0));
+        return painter.paint(*picture, pixels) ? pixels : Pixels{};
+    };
+    const Pixels guessed = paint(AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED);
+    QVERIFY(guessed != Pixels{});
+    QVERIFY(paint(70, 99) == guessed);
+    QVERIFY(paint(AVCOL_SPC_BT709, AVCOL_RANGE_UNSPECIFIED) != guessed);
 }
 
 QTEST_APPLESS_MAIN(HardFilmsTest)

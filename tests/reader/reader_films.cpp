@@ -128,6 +128,8 @@ std::vector<ReaderFilm> allFilms()
         {.made = spec("anamorphic.mp4", QStringList{"-vf", "setsar=12/11"} + bFrames), .anamorphic = true},
         {spec("mpeg2_interlaced.ts", mpeg2 + QStringList{"-flags", "+ildct+ilme", "-top", "1"})},
         {spec("mpeg2_interlaced.mpg", mpeg2 + QStringList{"-flags", "+ildct+ilme", "-top", "0"}, {"-f", "vob"})},
+        // A colour matrix that no standard names.
+        {spec("mpeg2_matrix.m2v", mpeg2 + QStringList{"-bsf:v", "mpeg2_metadata=matrix_coefficients=70"})},
         {spec("h264_interlaced.mp4", x264("keyint=30:tff=1:bframes=2") + QStringList{"-flags", "+ildct+ilme"})},
         {spec("h264.3gp", bFrames)},
         {spec("h264_16refs.mkv", x264("keyint=60:ref=16:bframes=8:b-pyramid=normal:b-adapt=0", "fast"))},
@@ -140,6 +142,8 @@ std::vector<ReaderFilm> allFilms()
                   .video = QStringList{"-vf", "transpose=cclock"} + bFrames,
                   .audio = {},
                   .rotation = 90}},
+        // Pictures at their own times.
+        {.made = standardFilm("phone_variable.mp4"), .gaps = true},
         // What was cut out of a film without decoding it.
         {.made = spec("cut.mp4", bFrames), .copied = {"-ss", "2.6"}},
         {.made = spec("cut_open.mp4", openGroups), .copied = {"-ss", "2.6"}},
