@@ -27,6 +27,11 @@ constexpr double endOfSeek = 60e-6;
 /// How often a step that brings no picture is looked at.
 constexpr auto endCheckInterval = std::chrono::milliseconds(80);
 
+/// How soon after a start it is looked whether the core has started; twice as long each time it has not. A demuxer
+/// that has come to the film's end now and then reads nothing for the sound that is selected again, and the core
+/// waits for it forever.
+constexpr auto firstStartCheck = std::chrono::milliseconds(300);
+
 /// A command that has not landed by then is taken as landed where the core stands.
 constexpr auto longestWait = std::chrono::seconds(5);
 
@@ -106,6 +111,8 @@ MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_core(mpv_c
     m_sinceDrawn.start();
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &MpvSession::land);
+    m_startCheck.setSingleShot(true);
+    connect(&m_startCheck, &QTimer::timeout, this, &MpvSession::checkStart);
     m_endCheck.setInterval(endCheckInterval);
     connect(&m_endCheck, &QTimer::timeout, this, &MpvSession::checkForEnd);
 }
@@ -254,9 +261,23 @@ void MpvSession::applyPause()
     // A step pauses by itself when it lands, which then applies what is wanted.
     if (m_underWay == SearchCommand::StepForward || m_underWay == SearchCommand::StepBack)
         return;
-    if (!m_wantPaused && std::exchange(m_silent, false))
-        setString("aid", "auto");
+    if (!m_wantPaused) {
+        if (std::exchange(m_silent, false))
+            setString("aid", "auto");
+        m_startedAt = number("time-pos");
+        m_startCheck.start(firstStartCheck);
+    }
     setFlag("pause", m_wantPaused);
+}
+
+void MpvSession::checkStart()
+{
+    const bool started = number("audio-pts") || number("time-pos") != m_startedAt || flag("eof-reached");
+    if (m_wantPaused || started)
+        return;
+    setString("aid", "no");
+    setString("aid", "auto");
+    m_startCheck.start(2 * m_startCheck.intervalAsDuration());
 }
 
 Status MpvSession::setRate(double rate)

@@ -87,6 +87,7 @@ private:
     void land();
     void finish();
     void applyPause();
+    void checkStart();
 
     [[nodiscard]] std::optional<double> number(const char *property) const;
     [[nodiscard]] bool flag(const char *property) const;
@@ -124,6 +125,8 @@ private:
     /// No sound track is selected. While pictures are searched none is, since past the last picture the core tells
     /// the time of the sound; playing brings it back.
     bool m_silent = false;
+    std::optional<double> m_startedAt; ///< the core's time when it was told to run, seconds
+    QTimer m_startCheck;
     QElapsedTimer m_sinceDrawn;
     QTimer m_patience;
     QTimer m_endCheck;
