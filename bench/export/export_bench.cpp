@@ -28,6 +28,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QWindow>
 
 #include <algorithm>
 #include <cmath>
@@ -78,7 +79,8 @@ public:
     {
         said.clear();
         shown.show();
-        QCoreApplication::processEvents();
+        while (!shown.windowHandle()->isExposed())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         const double start = steadyMilliseconds();
         button->click();
         while (said.isEmpty())
@@ -285,13 +287,14 @@ void measureDatabase()
         // Deleting the database of the run before would count for this one.
         QFile::remove(databaseFileOf(VideoPath));
         program.setScenes(count, 0, 1, "5");
+        counter.paints = 0;
         const double duration = program.run(*program.window, program.window->BitBtn2);
         QProcess sqlite;
         sqlite.start("sqlite3", {databaseFileOf(VideoPath), "select count(*), sum(length(image)) from scenes"});
         sqlite.waitForFinished();
         if (sqlite.readAllStandardOutput().trimmed() != QByteArray::number(count) + '|' + QByteArray::number(count * imageBytes))
             throw std::runtime_error("rows are missing");
-        if (std::exchange(counter.paints, 0) == 0)
+        if (counter.paints == 0)
             throw std::runtime_error("the window was not painted");
         return duration;
     };
