@@ -56,9 +56,10 @@ int runProgram(int argc, char **argv)
 
         // The main window owns the others, which end with it. Without the list of scene types it does not appear.
         TForm1 mainWindow;
-        Form2 = new TForm2(&mainWindow);
+        const QStringList typeList = readTypeList();
         mainWindow.show();
         awaitPainted(mainWindow);
+        Form2 = new TForm2(&mainWindow, typeList);
         Form3 = new TForm3(&mainWindow);
         Form4 = new TForm4(&mainWindow);
         Form5 = new TForm5(&mainWindow);

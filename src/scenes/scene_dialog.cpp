@@ -42,17 +42,6 @@ constexpr int buttonHeight = 27;
 /// Room for either caption, so that the button stays as it is between the two modes.
 constexpr int confirmWidth = 170;
 
-QStringList readTypeList()
-{
-    const QString fileName = inApplicationFolder(QStringLiteral("Tavrin.txt"));
-    std::string bytes;
-    if (const std::error_code error = readWholeFile(fileName.toStdU16String(), bytes)) {
-        throw UserError(QStringLiteral("Не удалось прочитать список типов сцен из файла «%1»: %2")
-                            .arg(fileName, errorReason(error)));
-    }
-    return linesOf(typeListText(QByteArray::fromStdString(bytes)));
-}
-
 /// What a single-line edit takes from typed or pasted text: characters that no scenes file can hold, and line ends,
 /// come as spaces.
 QString singleLine(QString text)
@@ -72,7 +61,20 @@ QString singleLine(QString text)
 
 } // namespace
 
-TForm2::TForm2(QWidget *owner)
+QStringList readTypeList()
+{
+    const QString fileName = inApplicationFolder(QStringLiteral("Tavrin.txt"));
+    std::string bytes;
+    if (const std::error_code error = readWholeFile(fileName.toStdU16String(), bytes)) {
+        throw UserError(QStringLiteral("Не удалось прочитать список типов сцен из файла «%1»: %2")
+                            .arg(fileName, errorReason(error)));
+    }
+    return linesOf(typeListText(QByteArray::fromStdString(bytes)));
+}
+
+TForm2::TForm2(QWidget *owner) : TForm2(owner, readTypeList()) {}
+
+TForm2::TForm2(QWidget *owner, const QStringList &typeList)
     : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
                          Qt::MSWindowsFixedSizeDialogHint),
       beep(warningBeep), openAddress([](const QString &address) { shellOpen(address.toStdString()); }),
@@ -88,9 +90,8 @@ TForm2::TForm2(QWidget *owner)
     afterDoubleClick->setSingleShot(true);
     connect(afterDoubleClick, &QTimer::timeout, this, &TForm2::bringUp);
 
-    const QStringList lines = readTypeList();
-    Memo1.setLines(lines);
-    ListBox1->setItems(typesIn(lines));
+    Memo1.setLines(typeList);
+    ListBox1->setItems(typesIn(typeList));
     Form2 = this;
 }
 

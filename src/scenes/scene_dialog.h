@@ -16,6 +16,10 @@ class QLineEdit;
 class QPushButton;
 class QTimer;
 
+/// The lines of the scene type list in the application folder. Throws UserError, with the file and the reason, if it
+/// cannot be read.
+[[nodiscard]] QStringList readTypeList();
+
 /// The dialog that describes one scene before it goes into the scene list. Not modal; created once, shown and hidden.
 ///
 /// What its confirm button does is told by that button's caption alone: "Добавить сцену" adds a row to the list of
@@ -24,8 +28,9 @@ class TForm2 : public QDialog {
     Q_OBJECT
 
 public:
-    /// Builds the hidden dialog and reads the scene type list from the application folder; sets `Form2`. `owner` is
-    /// the main window. Throws UserError, with the file and the reason, if the type list cannot be read.
+    /// Builds the hidden dialog and sets `Form2`. `owner` is the main window; `typeList` are the lines of the scene
+    /// type list, those that `readTypeList` gives unless they are given.
+    TForm2(QWidget *owner, const QStringList &typeList);
     explicit TForm2(QWidget *owner);
     ~TForm2() override;
 
