@@ -89,7 +89,7 @@ std::chrono::microseconds FrameServer::pause() const
         return 100us;
     if (idle < 1s)
         return 500us;
-    return idle < 5s ? 5ms : 50ms;
+    return idle < 5s ? 10ms : 50ms;
 }
 
 bool FrameServer::carryOut(const std::string &text)
