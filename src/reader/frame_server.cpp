@@ -87,9 +87,7 @@ std::chrono::microseconds FrameServer::pause() const
     const auto idle = Clock::now() - m_lastActivity;
     if (idle < 200ms)
         return 100us;
-    if (idle < 1s)
-        return 500us;
-    return idle < 5s ? 10ms : 50ms;
+    return idle < 1s ? 500us : 50ms;
 }
 
 bool FrameServer::carryOut(const std::string &text)
