@@ -7,7 +7,6 @@ class TextRoutinesTest : public QObject {
 
 private Q_SLOTS:
     void replaceScansLeftToRightOnce();
-    void fieldsAreCutAtEveryOccurrence_data();
     void fieldsAreCutAtEveryOccurrence();
     void fileNameIsWhatFollowsTheLastSeparator();
 };
@@ -22,34 +21,26 @@ void TextRoutinesTest::replaceScansLeftToRightOnce()
     QCOMPARE(str_replace("", "x", "abc"), QString("abc"));
 }
 
-void TextRoutinesTest::fieldsAreCutAtEveryOccurrence_data()
-{
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("delimiter");
-    QTest::addColumn<QString>("field");
-    QTest::newRow("first") << 0 << "a,b,c" << "," << "a";
-    QTest::newRow("middle") << 1 << "a,b,c" << "," << "b";
-    QTest::newRow("last") << 2 << "a,b,c" << "," << "c";
-    QTest::newRow("beyond the last") << 3 << "a,b,c" << "," << "";
-    QTest::newRow("no delimiter") << 0 << "abc" << "," << "abc";
-    QTest::newRow("empty source") << 0 << "" << "," << "";
-    QTest::newRow("source begins with it") << 0 << ",a" << "," << "";
-    QTest::newRow("second after a leading one") << 1 << ",a,b" << "," << "a";
-    QTest::newRow("long delimiter") << 1 << "x/maps/dir/y" << "/maps/dir/" << "y";
-    QTest::newRow("field 0 overlooks an early long delimiter") << 0 << "xabyab" << "ab" << "xaby";
-    QTest::newRow("overlapping occurrences count") << 2 << "baaac" << "aa" << "c";
-    QTest::newRow("overlap leaves an empty field") << 1 << "baaac" << "aa" << "";
-    QTest::newRow("negative index") << -1 << "a,b" << "," << "";
-    QTest::newRow("empty delimiter") << 0 << "ab" << "" << "";
-}
-
 void TextRoutinesTest::fieldsAreCutAtEveryOccurrence()
 {
-    QFETCH(int, index);
-    QFETCH(QString, source);
-    QFETCH(QString, delimiter);
-    QTEST(getFieldFromString(index, source, delimiter), "field");
+    const struct {
+        const char *source;
+        const char *delimiter;
+        QStringList fields;
+    } cases[] = {
+        {"a,b,c", ",", {"a", "b", "c", ""}},
+        {"abc", ",", {"abc", ""}},
+        {"", ",", {""}},
+        {",a,b", ",", {"", "a", "b"}},
+        {"xabyab", "ab", {"xaby", "y", ""}}, // field 0 overlooks an early long delimiter
+        {"baaac", "aa", {"ba", "", "c", ""}}, // occurrences may overlap
+        {"ab", "", {""}},
+    };
+    for (const auto &[source, delimiter, fields] : cases) {
+        QCOMPARE(getFieldFromString(-1, source, delimiter), QString());
+        for (int index = 0; index < fields.size(); ++index)
+            QCOMPARE(getFieldFromString(index, source, delimiter), fields.at(index));
+    }
 }
 
 void TextRoutinesTest::fileNameIsWhatFollowsTheLastSeparator()
