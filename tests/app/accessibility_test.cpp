@@ -7,48 +7,53 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
+#include "widgets/application_font.h"
+#include "widgets/style_manager.h"
 
 #include <QAccessible>
+#include <QApplication>
+#include <QDebug>
+#include <QGroupBox>
+#include <QPushButton>
 #include <QRadioButton>
+#include <QStyleOption>
 #include <QTest>
 
-/// What the six windows tell those who cannot see them, and what a keyboard reaches.
+/// What the six windows tell those who cannot see them, what a keyboard reaches, and whether what is seen is whole.
 class AccessibilityTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase();
-    void everyControlTellsItsNameAndRole_data();
-    void everyControlTellsItsNameAndRole();
-    void tabReachesEveryControl_data();
-    void tabReachesEveryControl();
+    void tabReachesEveryControlAndItTellsItsName_data();
+    void tabReachesEveryControlAndItTellsItsName();
+    void everyCaptionOfTheMainWindowFits();
 
 private:
-    /// One row a window.
-    void listWindows() const;
-    /// The controls of the window that take the keyboard from Tab.
-    static QList<QWidget *> controlsOf(QWidget *window);
-
     std::unique_ptr<TForm1> m_main;
 };
 
 namespace {
 
-std::unique_ptr<GraphSystem> makeFakeSystem(QWidget *)
+/// The controls of the window that take the keyboard from Tab.
+QList<QWidget *> controlsOf(QWidget *window)
 {
-    return std::make_unique<FakeGraphSystem>();
-}
-
-QString describe(const QWidget *control)
-{
-    return QStringLiteral("%1 %2").arg(QLatin1String(control->metaObject()->className()), control->objectName());
+    QList<QWidget *> controls = window->findChildren<QWidget *>();
+    controls.removeIf([window](const QWidget *control) {
+        return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || !control->isVisible() ||
+               !control->isEnabled() || control->focusProxy();
+    });
+    return controls;
 }
 
 } // namespace
 
 void AccessibilityTest::initTestCase()
 {
-    m_main = std::make_unique<TForm1>(makeFakeSystem);
+    QVERIFY(TStyleManager::TrySetStyle(QStringLiteral("Smokey Quartz Kamri")));
+    QApplication::setFont(applicationFont());
+    m_main = std::make_unique<TForm1>(
+        [](QWidget *) -> std::unique_ptr<GraphSystem> { return std::make_unique<FakeGraphSystem>(); });
     CurPath = TAVRIN_BIN_FOLDER;
     Form2 = new TForm2(m_main.get());
     Form3 = new TForm3(m_main.get());
@@ -59,7 +64,7 @@ void AccessibilityTest::initTestCase()
     QAccessible::setActive(true);
 }
 
-void AccessibilityTest::listWindows() const
+void AccessibilityTest::tabReachesEveryControlAndItTellsItsName_data()
 {
     QTest::addColumn<QWidget *>("window");
     QTest::addColumn<int>("fewest");
@@ -72,68 +77,61 @@ void AccessibilityTest::listWindows() const
     row("about box", AboutBox, 2);
 }
 
-QList<QWidget *> AccessibilityTest::controlsOf(QWidget *window)
-{
-    QList<QWidget *> controls = window->findChildren<QWidget *>();
-    controls.removeIf([window](const QWidget *control) {
-        return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || !control->isVisible() ||
-               !control->isEnabled() || control->focusProxy();
-    });
-    return controls;
-}
-
-void AccessibilityTest::everyControlTellsItsNameAndRole_data()
-{
-    listWindows();
-}
-
-void AccessibilityTest::everyControlTellsItsNameAndRole()
+void AccessibilityTest::tabReachesEveryControlAndItTellsItsName()
 {
     QFETCH(QWidget *, window);
     QFETCH(int, fewest);
     window->show();
-    QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
-    const QList<QWidget *> controls = controlsOf(window);
-    QVERIFY2(controls.size() >= fewest, qPrintable(QString::number(controls.size())));
-    for (const QWidget *control : controls) {
-        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(control));
-        QVERIFY2(spoken, qPrintable(describe(control)));
-        const QString name = spoken->text(QAccessible::Name);
-        // A sign such as ">" is no name.
-        QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }),
-                 qPrintable(describe(control)));
-        QVERIFY2(spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
-                 qPrintable(describe(control)));
-    }
-    if (window != Form1)
-        window->hide();
-}
-
-void AccessibilityTest::tabReachesEveryControl_data()
-{
-    listWindows();
-}
-
-void AccessibilityTest::tabReachesEveryControl()
-{
-    QFETCH(QWidget *, window);
-    window->show();
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
+    QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
     QList<QWidget *> missing = controlsOf(window);
+    QVERIFY2(missing.size() >= fewest, qPrintable(QString::number(missing.size())));
+    for (QWidget *control : missing) {
+        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
+        const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
+        // A sign such as ">" is no name.
+        QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
+                     spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
+                 qPrintable(QDebug::toString(control)));
+    }
     // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
     missing.removeIf([](const QWidget *control) {
         const auto *choice = qobject_cast<const QRadioButton *>(control);
         return choice && !choice->isChecked();
     });
     for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
-        if (QWidget *reached = window->focusWidget())
-            missing.removeOne(reached);
+        missing.removeOne(window->focusWidget());
         QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
     }
-    QVERIFY2(missing.isEmpty(), missing.isEmpty() ? "" : qPrintable(describe(missing.first())));
+    QVERIFY2(missing.isEmpty(), qPrintable(QDebug::toString(missing)));
     if (window != Form1)
         window->hide();
+}
+
+void AccessibilityTest::everyCaptionOfTheMainWindowFits()
+{
+    const auto fits = [](const QWidget *control, const QString &text, const QRect &room) {
+        return control->fontMetrics().horizontalAdvance(text) <= room.width();
+    };
+    const auto buttons = Form1->findChildren<QPushButton *>();
+    QVERIFY(buttons.size() >= 10);
+    for (const QPushButton *button : buttons) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        const QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        QVERIFY2(fits(button, button->text(), room), qPrintable(button->text()));
+    }
+    Form1->GroupBox1->setTitle(QStringLiteral("Скорость: 5.5"));
+    Form1->GroupBox3->setTitle(QStringLiteral("Громкость: 100%"));
+    for (const QGroupBox *group : Form1->findChildren<QGroupBox *>()) {
+        QStyleOptionGroupBox option;
+        option.initFrom(group);
+        option.text = group->title();
+        const QRect room =
+            group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
+        QVERIFY2(fits(group, group->title(), room), qPrintable(group->title()));
+    }
 }
 
 QTEST_MAIN(AccessibilityTest)
