@@ -46,6 +46,12 @@ void writeFile(const QString &path, const QByteArray &bytes)
     file.write(bytes);
 }
 
+QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 /// The main window with the scene windows, driven by key and mouse events over a media library without media.
@@ -55,28 +61,21 @@ class MainWindowTest : public QObject {
 private Q_SLOTS:
     void init();
     void cleanup();
-    void menusHaveTheirCaptionsAndShortcuts();
     void cancellingTheDialogChangesNothing();
-    void theFirstOpenBuildsTheGraphTwice();
-    void anUnreadableListKeepsTheVideoBefore();
-    void aPartlyReadListReplacesNoFile();
+    void listsThatCannotBeReadWholeReplaceNoFile_data();
+    void listsThatCannotBeReadWholeReplaceNoFile();
     void theOpenedVideoIsShown();
-    void everyStepReachesTheEngine_data();
     void everyStepReachesTheEngine();
     void shortcutsWorkWhileTextIsTyped();
     void withoutAVideoNothingHappens();
     void playAndPauseAlternate();
     void speedBarSetsTheRate();
-    void aRefusedRatePutsTheBarBack();
     void volumeBarSetsTheLevelAndShowsTheDevices();
     void progressBarSeeksAndHints();
-    void tickShowsPositionAndFrame();
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
     void theExportsComeOnlyWithAVideo();
     void marksFillTheDialog();
-    void anEndBeforeTheStartBeeps();
-    void uncaughtErrorsAreShownAndTheProgramGoesOn();
     void closingEndsTheSceneWindowsToo();
 
 private:
@@ -84,7 +83,7 @@ private:
     /// Whether the shortcut brings the dialog and Escape closes it.
     [[nodiscard]] static bool comesModally(const char *keys, QDialog *dialog);
     /// Presses the shortcut in the active window.
-    static void press(const QKeySequence &keys, QWidget *window = Form1);
+    static void press(const char *keys, QWidget *window = Form1);
 
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_film;
@@ -123,7 +122,7 @@ void MainWindowTest::cleanup()
 
 void MainWindowTest::openVideo()
 {
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     QVERIFY(OPENED);
     fakeSystem->calls.clear();
 }
@@ -135,164 +134,122 @@ bool MainWindowTest::comesModally(const char *keys, QDialog *dialog)
         came = dialog->isVisible() && dialog->isModal() && dialog->isActiveWindow();
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
-    press(QKeySequence(keys));
+    press(keys);
     return came && !dialog->isVisible();
 }
 
-void MainWindowTest::press(const QKeySequence &keys, QWidget *window)
+void MainWindowTest::press(const char *keys, QWidget *window)
 {
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
-    QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, keys);
-}
-
-void MainWindowTest::menusHaveTheirCaptionsAndShortcuts()
-{
-    QStringList lines;
-    for (const QAction *menu : m_window->menuBar()->actions()) {
-        lines << menu->text();
-        for (const QAction *item : menu->menu()->actions())
-            lines << (item->isSeparator() ? QString("-") : item->text() + '|' + item->shortcut().toString());
-    }
-    const QStringList expected{
-        "Файл", "Открыть|Ctrl+O", "-", "Сохранить|Ctrl+S", "Экспорт сцен в GIF|Ctrl+G",
-        "Экспорт сцен в SQLite|Ctrl+L", "-", "Выход|",
-        "Выделение", "Начало|Ctrl+B", "Конец|Ctrl+E",
-        "Навигация", "Назад на 1 минуту|F2", "Назад на 1 секунду|F3", "Назад на 1 кадр|F4", "-",
-        "Вперёд на 1 кадр|F5", "Впрерёд на 1 секунду|F6", "Вперёд на 1 минуту|F7", "-",
-        "Воспроизведение|Ctrl+P", "-", "Перемотать на начало|Ctrl+R",
-        "Помощь", "Справка|F1", "-", "Сетевая справка (обновляется)|Shift+F1", "-", "О программе|Ctrl+F1"};
-    QCOMPARE(lines, expected);
+    QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, QKeySequence(keys));
 }
 
 void MainWindowTest::cancellingTheDialogChangesNothing()
 {
     setOpenDialogAnswer([] { return std::optional<QString>(); });
-    press(QKeySequence("Ctrl+O"));
-    QVERIFY(!OPENED);
-    QVERIFY(!INITIALIZED);
-    QVERIFY(VideoPath.isEmpty());
-    QVERIFY(!Form3->isVisible());
+    press("Ctrl+O");
+    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty() && !Form3->isVisible());
     QVERIFY(fakeSystem->calls.isEmpty());
 }
 
-void MainWindowTest::theFirstOpenBuildsTheGraphTwice()
+void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile_data()
 {
-    openVideo();
-    QCOMPARE(fakeSystem->graphsBuilt, 2);
-    QVERIFY(Form3->isVisible());
-    press(QKeySequence("Ctrl+O"));
-    QCOMPARE(fakeSystem->graphsBuilt, 3);
-    QCOMPARE(fakeSystem->graphsAlive, 1);
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<bool>("filmStaysOpen");
+    QTest::newRow("unreadable") << QByteArray("<scenes><scene><title>A & B</title></scene></scenes>") << true;
+    QTest::newRow("read in part")
+        << QByteArray("<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>") << false;
 }
 
-void MainWindowTest::anUnreadableListKeepsTheVideoBefore()
+void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile()
 {
+    QFETCH(const QByteArray, list);
+    QFETCH(const bool, filmStaysOpen);
     openVideo();
-    const QString second = m_folder->filePath("второй.avi");
-    writeFile(second, "film");
-    writeFile(second + ".scenes", "<scenes><scene><title>A & B</title></scene></scenes>");
-    setOpenDialogAnswer([&] { return std::optional(second); });
-    Form3->StringGrid1->setCell(6, 1, "осталось");
-    // The error goes up to the event loop, which shows it.
-    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
-    QTRY_COMPARE(m_boxes.size(), 1);
-    QCOMPARE(VideoPath, QDir::toNativeSeparators(m_film));
-    QVERIFY(OPENED);
-    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("осталось"));
-    // Saving now writes beside the film that is open, and the unreadable list stays for its owner to mend.
-    press(QKeySequence("Ctrl+S"));
-    QVERIFY(QFile::exists(m_film + ".scenes"));
-    QFile unreadable(second + ".scenes");
-    QVERIFY(unreadable.open(QIODevice::ReadOnly));
-    QVERIFY(unreadable.readAll().contains("A & B"));
-}
-
-void MainWindowTest::aPartlyReadListReplacesNoFile()
-{
-    openVideo();
-    Form3->StringGrid1->setCell(0, 1, "1");
-    press(QKeySequence("Ctrl+S"));
-    const auto bytesOf = [](const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
+    Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
+    press("Ctrl+S");
     const QByteArray saved = bytesOf(m_film + ".scenes");
-    QVERIFY(!saved.isEmpty());
+    QVERIFY(saved.contains("прежняя"));
 
     const QString second = m_folder->filePath("второй.avi");
-    const QByteArray nested = "<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>";
     writeFile(second, "film");
-    writeFile(second + ".scenes", nested);
+    writeFile(second + ".scenes", list);
     setOpenDialogAnswer([&] { return std::optional(second); });
-    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
+    // The error goes up to the event loop, which shows it.
+    QTimer::singleShot(0, m_window.get(), &TForm1::N3Click);
     QTRY_COMPARE(m_boxes.size(), 1);
-    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("A"));
-    press(QKeySequence("Ctrl+S"));
-    QCOMPARE(bytesOf(m_film + ".scenes"), saved);
-    QCOMPARE(bytesOf(second + ".scenes"), nested);
+    QCOMPARE(OPENED, filmStaysOpen);
+    QCOMPARE(Form3->StringGrid1->cell(TitleColumn, 1), filmStaysOpen ? "прежняя" : "A");
+    Form3->StringGrid1->setCell(TitleColumn, 1, "новая");
+    // The list belongs to the film that is still open, or to none; the unreadable one stays for its owner to mend.
+    press("Ctrl+S");
+    QCOMPARE(bytesOf(m_film + ".scenes"), filmStaysOpen ? QByteArray(saved).replace("прежняя", "новая") : saved);
+    QCOMPARE(bytesOf(second + ".scenes"), list);
 }
 
 void MainWindowTest::theOpenedVideoIsShown()
 {
-    QCOMPARE(m_window->windowTitle(), QString("Таврин"));
     openVideo();
+    // The first graph of all is built twice.
+    QCOMPARE(fakeSystem->graphsBuilt, 2);
+    QCOMPARE(fakeSystem->graphsAlive, 1);
+    QVERIFY(Form3->isVisible());
     QCOMPARE(m_window->windowTitle(), "Таврин - " + m_film);
-    QCOMPARE(m_window->StatusBar1[0]->text(), QString("Продолжительность: 0:01:30 (90 sec)"));
-    QCOMPARE(m_window->StatusBar1[2]->text(), QString("1280x720@25"));
+    fakeSystem->position = 399'600'000;
+    m_window->Timer1Timer();
+    QStringList texts;
+    for (const QLabel *panel : m_window->StatusBar1)
+        texts += panel->text();
+    QCOMPARE(texts, QStringList({"Продолжительность: 0:01:30 (90 sec)", "Положение: 0:00:39 (39 sec)", "1280x720@25",
+                                 "Кадр:  999", ""}));
     QCOMPARE(m_window->ProgressBar1->Max(), 90);
-    QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
-    QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Пауза"));
-    QCOMPARE(fakeSystem->level.left, std::uint16_t(65535));
-}
-
-void MainWindowTest::everyStepReachesTheEngine_data()
-{
-    QTest::addColumn<QPushButton * TForm1::*>("button");
-    QTest::addColumn<QString>("shortcut");
-    QTest::addColumn<QString>("seek");
-    const auto row = [](const char *name, QPushButton *TForm1::*button, const char *keys, const char *seek) {
-        QTest::newRow(name) << button << QString(keys) << QString(seek);
-    };
-    row("to the start", &TForm1::BitBtn1, "Ctrl+R", "seek 0");
-    row("back a minute", &TForm1::BitBtn2, "F2", "seek 0");
-    row("back a second", &TForm1::BitBtn3, "F3", "seek 490000000");
-    row("back a frame", &TForm1::BitBtn4, "F4", "seek 499600000");
-    row("forward a frame", &TForm1::BitBtn6, "F5", "seek 500400000");
-    row("forward a second", &TForm1::BitBtn7, "F6", "seek 510000000");
-    row("forward a minute", &TForm1::BitBtn8, "F7", "seek 904999999");
+    QCOMPARE(m_window->ProgressBar1->value(), 39);
+    QCOMPARE(CurFrame, std::int64_t(999));
+    QCOMPARE(CurTime, QString("0:00:39 (39 sec)"));
+    press("Ctrl+O");
+    QCOMPARE(fakeSystem->graphsBuilt, 3);
+    QCOMPARE(fakeSystem->graphsAlive, 1);
 }
 
 void MainWindowTest::everyStepReachesTheEngine()
 {
-    QFETCH(QPushButton * TForm1::*, button);
-    QFETCH(QString, shortcut);
-    QFETCH(QString, seek);
     openVideo();
-    fakeSystem->position = 500'000'000;
-    QTest::mouseClick(m_window.get()->*button, Qt::LeftButton);
-    QCOMPARE(fakeSystem->calls, QStringList({seek}));
-    fakeSystem->calls.clear();
-    fakeSystem->position = 500'000'000;
-    press(QKeySequence(shortcut));
-    QCOMPARE(fakeSystem->calls, QStringList({seek}));
-    QVERIFY(!PAUSED);
+    const struct {
+        QPushButton *button;
+        const char *keys;
+        const char *seek;
+    } steps[] = {
+        {m_window->BitBtn1, "Ctrl+R", "seek 0"},     {m_window->BitBtn2, "F2", "seek 0"},
+        {m_window->BitBtn3, "F3", "seek 490000000"}, {m_window->BitBtn4, "F4", "seek 499600000"},
+        {m_window->BitBtn6, "F5", "seek 500400000"}, {m_window->BitBtn7, "F6", "seek 510000000"},
+        {m_window->BitBtn8, "F7", "seek 904999999"},
+    };
+    for (const auto &[button, keys, seek] : steps) {
+        fakeSystem->calls.clear();
+        fakeSystem->position = 500'000'000;
+        QTest::mouseClick(button, Qt::LeftButton);
+        fakeSystem->position = 500'000'000;
+        press(keys);
+        QCOMPARE(fakeSystem->calls, QStringList({seek, seek}));
+        QVERIFY(!PAUSED);
+    }
 }
 
 void MainWindowTest::shortcutsWorkWhileTextIsTyped()
 {
     openVideo();
     fakeSystem->position = 20'000'000;
-    press(QKeySequence("Ctrl+B"));
+    press("Ctrl+B");
     QVERIFY(Form2->isVisible());
     Form2->Edit3->setFocus();
     Form2->Edit3->setText("название");
     fakeSystem->position = 50'000'000;
-    press(QKeySequence("Ctrl+E"), Form2);
+    press("Ctrl+E", Form2);
     QCOMPARE(Form2->Edit2->text(), QString("3"));
     QCOMPARE(Form2->Edit3->text(), QString("название"));
     fakeSystem->calls.clear();
-    press(QKeySequence("F5"), Form2);
+    press("F5", Form2);
     QCOMPARE(fakeSystem->calls, QStringList({"seek 50400000"}));
 }
 
@@ -300,7 +257,7 @@ void MainWindowTest::withoutAVideoNothingHappens()
 {
     for (const char *keys : {"Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6", "F7",
                              "Ctrl+P", "Ctrl+R"})
-        press(QKeySequence(keys));
+        press(keys);
     QTest::mouseClick(m_window->ProgressBar1, Qt::LeftButton);
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Right);
     m_window->Timer1Timer();
@@ -321,7 +278,7 @@ void MainWindowTest::playAndPauseAlternate()
     QCOMPARE(m_window->BitBtn5->text(), QString(">"));
     QCOMPARE(m_window->N22->text(), QString("Воспроизведение"));
     QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Воспроизведение"));
-    press(QKeySequence("Ctrl+P"));
+    press("Ctrl+P");
     QVERIFY(!PAUSED);
     QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
     QCOMPARE(fakeSystem->calls, QStringList({"pause", "run"}));
@@ -337,14 +294,10 @@ void MainWindowTest::speedBarSetsTheRate()
     QCOMPARE(fakeSystem->rate, 6.0);
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 6"));
     // The next video starts at rate 1 again.
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     QCOMPARE(m_window->TrackBar1->value(), 0);
     QCOMPARE(fakeSystem->rate, 1.0);
-}
-
-void MainWindowTest::aRefusedRatePutsTheBarBack()
-{
-    openVideo();
+    // A refused rate puts the bar back.
     fakeSystem->refusedRate = 6.0;
     QTest::keyClick(m_window->TrackBar1, Qt::Key_End);
     QCOMPARE(m_boxes, QStringList({"Error set rate"}));
@@ -382,32 +335,19 @@ void MainWindowTest::progressBarSeeksAndHints()
     QTRY_COMPARE(bar->toolTip(), QString("0:00:00 (0 sec)"));
 }
 
-void MainWindowTest::tickShowsPositionAndFrame()
-{
-    openVideo();
-    fakeSystem->position = 399'600'000;
-    m_window->Timer1Timer();
-    QCOMPARE(m_window->StatusBar1[1]->text(), QString("Положение: 0:00:39 (39 sec)"));
-    QCOMPARE(m_window->StatusBar1[3]->text(), QString("Кадр:  999"));
-    QCOMPARE(m_window->ProgressBar1->value(), 39);
-    QCOMPARE(CurFrame, std::int64_t(999));
-    QCOMPARE(CurTime, QString("0:00:39 (39 sec)"));
-    QVERIFY(m_window->StatusBar1[4]->text().isEmpty());
-}
-
 void MainWindowTest::fittingKeepsToTheScreen()
 {
     openVideo();
     m_window->resize(1000, 600);
     fakeSystem->width = 2000;
     fakeSystem->height = 500;
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     m_window->Timer2Timer();
     QCOMPARE(m_window->Panel3->height(), m_window->Panel3->width() / 4);
 
     fakeSystem->width = 16;
     fakeSystem->height = 4320;
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     m_window->Timer2Timer();
     QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
 
@@ -422,8 +362,8 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
 {
     QStringList asked;
     setShellOpenAnswer([&](const QString &address) { asked << address; });
-    press(QKeySequence("F1"));
-    press(QKeySequence("Shift+F1"));
+    press("F1");
+    press("Shift+F1");
     setShellOpenAnswer({});
     QCOMPARE(asked.size(), 2);
     QCOMPARE(asked[0], inApplicationFolder("Tavrin.chm"));
@@ -437,8 +377,8 @@ void MainWindowTest::theExportsComeOnlyWithAVideo()
 {
     Form4 = new TForm4(m_window.get());
     Form5 = new TForm5(m_window.get());
-    press(QKeySequence("Ctrl+G"));
-    press(QKeySequence("Ctrl+L"));
+    press("Ctrl+G");
+    press("Ctrl+L");
     QVERIFY(!Form4->isVisible() && !Form5->isVisible());
     openVideo();
     QVERIFY(comesModally("Ctrl+G", Form4));
@@ -476,26 +416,13 @@ void MainWindowTest::marksFillTheDialog()
     Form2->Edit1->setText("15");
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
     QCOMPARE(Form2->Edit2->text(), QString("0.67"));
-}
-
-void MainWindowTest::anEndBeforeTheStartBeeps()
-{
-    openVideo();
+    // An end before the start is told by a sound alone.
+    Form2->hide();
     Form2->Edit1->setText("20");
-    Form2->Edit2->setText("7");
-    fakeSystem->position = 100'000'000;
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
     QCOMPARE(m_beeps, 1);
-    QVERIFY(PAUSED);
-    QCOMPARE(Form2->Edit2->text(), QString("7"));
+    QCOMPARE(Form2->Edit2->text(), QString("0.67"));
     QVERIFY(!Form2->isVisible());
-}
-
-void MainWindowTest::uncaughtErrorsAreShownAndTheProgramGoesOn()
-{
-    QTimer::singleShot(0, m_window.get(), [] { throw UserError("не вышло"); });
-    QTRY_COMPARE(m_boxes, QStringList({"не вышло"}));
-    QVERIFY(m_window->isVisible());
 }
 
 void MainWindowTest::closingEndsTheSceneWindowsToo()
