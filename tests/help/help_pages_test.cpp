@@ -55,9 +55,14 @@ void writeDatabase(const QString &film)
     insertScenes(query, list, film);
 }
 
-std::unique_ptr<GraphSystem> makeFakeSystem(QWidget *)
+/// The texts of the elements of one kind.
+QStringList textsOf(const QDomDocument &page, const char *tag)
 {
-    return std::make_unique<FakeGraphSystem>();
+    QStringList texts;
+    const QDomNodeList found = page.elementsByTagName(tag);
+    for (int i = 0; i < found.size(); ++i)
+        texts += found.at(i).toElement().text();
+    return texts;
 }
 
 } // namespace
@@ -77,7 +82,6 @@ private Q_SLOTS:
     void theExampleOfATypeListDoesWhatThePageSays();
 
 private:
-    [[nodiscard]] QDomNodeList elements(const char *page, const char *tag) const;
     [[nodiscard]] bool leadsSomewhere(const QString &from, const QString &link) const;
 
     QDir m_folder{QStringLiteral(HELP_FOLDER)};
@@ -93,14 +97,9 @@ void HelpPagesTest::initTestCase()
         QDomDocument &page = m_pages[name];
         QVERIFY2(page.setContent(file.readAll().replace("<br />", "|")), qPrintable(name));
         for (const char *tag : {"title", "h1"})
-            QVERIFY2(!page.elementsByTagName(tag).at(0).toElement().text().isEmpty(), qPrintable(name));
+            QVERIFY2(!textsOf(page, tag).value(0).isEmpty(), qPrintable(name));
     }
     QVERIFY(m_pages.size() > 10);
-}
-
-QDomNodeList HelpPagesTest::elements(const char *page, const char *tag) const
-{
-    return m_pages.at(page).elementsByTagName(tag);
 }
 
 bool HelpPagesTest::leadsSomewhere(const QString &from, const QString &link) const
@@ -164,7 +163,7 @@ void HelpPagesTest::everyTermOfTheIndexLeadsSomewhere()
 void HelpPagesTest::everyCommandIsTold()
 {
     QStringList commands;
-    TForm1 window(makeFakeSystem);
+    TForm1 window([](QWidget *) -> std::unique_ptr<GraphSystem> { return std::make_unique<FakeGraphSystem>(); });
     for (const QAction *menu : window.menuBar()->actions()) {
         for (const QAction *command : menu->menu()->actions()) {
             if (!command->isSeparator())
@@ -172,7 +171,7 @@ void HelpPagesTest::everyCommandIsTold()
         }
     }
     QStringList told;
-    const QDomNodeList rows = elements("commands.html", "tr");
+    const QDomNodeList rows = m_pages.at("commands.html").elementsByTagName("tr");
     for (int row = 0; row < rows.size(); ++row) {
         const QDomNodeList cells = rows.at(row).toElement().elementsByTagName("td");
         if (cells.size() == 3)
@@ -184,21 +183,18 @@ void HelpPagesTest::everyCommandIsTold()
 void HelpPagesTest::everyMessageIsExplained()
 {
     QStringList explained;
-    const QDomNodeList terms = elements("messages.html", "dt");
-    for (int i = 0; i < terms.size(); ++i)
-        explained += terms.at(i).toElement().text().simplified().split('|');
+    for (const QString &term : textsOf(m_pages.at("messages.html"), "dt"))
+        explained += term.simplified().split('|');
 
     // What the sources throw or show, up to the first thing that is filled in.
     static const QRegularExpression message(QStringLiteral(
         R"re((?:UserError|PartlyReadError|[sS]howMessage|showError|obtain)\([^";]*"([^"]*)")re"));
     static const QRegularExpression rest(QStringLiteral(R"re(:?\s*(?:«?%\d|\\n).*$|\s+$)re"));
     // Two that become a part of another message, and two that only a fault of the program itself could show.
-    const QStringList partsOfMessages{QStringLiteral("элемент"), QStringLiteral("Не удалось открыть базу данных"),
-                                      QStringLiteral("База данных не открыта"),
-                                      QStringLiteral("У запроса нет параметра")};
+    const QStringList partsOfMessages{"элемент", "Не удалось открыть базу данных", "База данных не открыта",
+                                      "У запроса нет параметра"};
     int messages = 0;
-    QDirIterator sources(QStringLiteral(SOURCE_FOLDER), {QStringLiteral("*.cpp")}, QDir::Files,
-                         QDirIterator::Subdirectories);
+    QDirIterator sources(SOURCE_FOLDER, {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
     while (sources.hasNext()) {
         QFile source(sources.next());
         QVERIFY(source.open(QIODevice::ReadOnly));
@@ -220,18 +216,15 @@ void HelpPagesTest::everyMessageIsExplained()
 
 void HelpPagesTest::everyQueryRuns()
 {
-    const QDomNodeList blocks = elements("queries.html", "pre");
-    QVERIFY(blocks.size() > 5);
+    const QStringList queries = textsOf(m_pages.at("queries.html"), "pre");
+    QVERIFY(queries.size() > 5);
     QTemporaryDir folder;
     const QString film = folder.filePath(QStringLiteral("film.mp4"));
     writeDatabase(film);
-    for (int i = 0; i < blocks.size(); ++i) {
-        const QString query = blocks.at(i).toElement().text();
+    for (const QString &query : queries) {
         QProcess sqlite;
         sqlite.setWorkingDirectory(folder.path());
-        sqlite.start(QStringLiteral("sqlite3"), {QStringLiteral("-bail"), databaseFileOf(film)});
-        sqlite.write(query.toUtf8());
-        sqlite.closeWriteChannel();
+        sqlite.start(QStringLiteral("sqlite3"), {databaseFileOf(film), query});
         QVERIFY2(sqlite.waitForFinished(), qPrintable(sqlite.errorString()));
         // Each of them finds something in these scenes.
         QVERIFY2(sqlite.exitCode() == 0 && !sqlite.readAllStandardOutput().trimmed().isEmpty(),
@@ -243,7 +236,7 @@ void HelpPagesTest::everyQueryRuns()
 
 void HelpPagesTest::theExampleOfAScenesFileCanBeRead()
 {
-    const QString example = elements("files.html", "pre").at(0).toElement().text();
+    const QString example = textsOf(m_pages.at("files.html"), "pre").value(0);
     TXMLDocument document;
     document.LoadFromXML(example.toUtf8(), QStringLiteral("files.html"));
     const auto scenes = Getscenes(document);
@@ -255,7 +248,7 @@ void HelpPagesTest::theExampleOfAScenesFileCanBeRead()
 
 void HelpPagesTest::theExampleOfATypeListDoesWhatThePageSays()
 {
-    QString example = elements("type-list.html", "pre").at(0).toElement().text();
+    QString example = textsOf(m_pages.at("type-list.html"), "pre").value(0);
     const QStringList lines = linesOf(example.replace(QStringLiteral("-->"), QStringLiteral("\t")));
     QCOMPARE(typesIn(lines), QStringList({"Диалог", "Погоня"}));
     QCOMPARE(subtypesOf("Диалог", lines), QStringList({"Спор", "Признание"}));

@@ -31,13 +31,11 @@ private Q_SLOTS:
 
 namespace {
 
-double channel(double value)
-{
-    return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
-
 double luminance(const QColor &color)
 {
+    const auto channel = [](double value) {
+        return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
     return 0.2126 * channel(color.redF()) + 0.7152 * channel(color.greenF()) + 0.0722 * channel(color.blueF());
 }
 
@@ -53,10 +51,8 @@ int differingPixels(const QImage &one, const QImage &other)
 {
     int count = 0;
     for (int y = 0; y < one.height(); ++y) {
-        for (int x = 0; x < one.width(); ++x) {
-            if (one.pixel(x, y) != other.pixel(x, y))
-                ++count;
-        }
+        for (int x = 0; x < one.width(); ++x)
+            count += one.pixel(x, y) != other.pixel(x, y);
     }
     return count;
 }
