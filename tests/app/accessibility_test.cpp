@@ -25,7 +25,6 @@ class AccessibilityTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
-    void tabReachesEveryControlAndItTellsItsName_data();
     void tabReachesEveryControlAndItTellsItsName();
     void everyCaptionOfTheMainWindowFits();
 
@@ -64,63 +63,50 @@ void AccessibilityTest::initTestCase()
     QAccessible::setActive(true);
 }
 
-void AccessibilityTest::tabReachesEveryControlAndItTellsItsName_data()
-{
-    QTest::addColumn<QWidget *>("window");
-    QTest::addColumn<int>("fewest");
-    const auto row = [](const char *name, QWidget *window, int fewest) { QTest::newRow(name) << window << fewest; };
-    row("main window", Form1, 12);
-    row("scene dialog", Form2, 18);
-    row("scene list", Form3, 1);
-    row("GIF export", Form4, 3);
-    row("SQLite export", Form5, 3);
-    row("about box", AboutBox, 2);
-}
-
 void AccessibilityTest::tabReachesEveryControlAndItTellsItsName()
 {
-    QFETCH(QWidget *, window);
-    QFETCH(int, fewest);
-    window->show();
-    window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
-    QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
-    QList<QWidget *> missing = controlsOf(window);
-    QVERIFY2(missing.size() >= fewest, qPrintable(QString::number(missing.size())));
-    for (QWidget *control : missing) {
-        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
-        const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
-        // A sign such as ">" is no name.
-        QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
-                     spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
-                 qPrintable(QDebug::toString(control)));
+    // Each window with the fewest controls it may have.
+    const std::pair<QWidget *, int> windows[] = {{Form1, 12}, {Form2, 18}, {Form3, 1},
+                                                 {Form4, 3},  {Form5, 3},  {AboutBox, 2}};
+    for (const auto &[window, fewest] : windows) {
+        window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
+        QList<QWidget *> missing = controlsOf(window);
+        QVERIFY2(missing.size() >= fewest, qPrintable(window->windowTitle()));
+        for (QWidget *control : missing) {
+            QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
+            const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
+            // A sign such as ">" is no name.
+            QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
+                         spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
+                     qPrintable(window->windowTitle() + QDebug::toString(control)));
+        }
+        // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
+        missing.removeIf([](const QWidget *control) {
+            const auto *choice = qobject_cast<const QRadioButton *>(control);
+            return choice && !choice->isChecked();
+        });
+        for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
+            missing.removeOne(window->focusWidget());
+            QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
+        }
+        QVERIFY2(missing.isEmpty(), qPrintable(window->windowTitle() + QDebug::toString(missing)));
+        if (window != Form1)
+            window->hide();
     }
-    // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
-    missing.removeIf([](const QWidget *control) {
-        const auto *choice = qobject_cast<const QRadioButton *>(control);
-        return choice && !choice->isChecked();
-    });
-    for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
-        missing.removeOne(window->focusWidget());
-        QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
-    }
-    QVERIFY2(missing.isEmpty(), qPrintable(QDebug::toString(missing)));
-    if (window != Form1)
-        window->hide();
 }
 
 void AccessibilityTest::everyCaptionOfTheMainWindowFits()
 {
-    const auto fits = [](const QWidget *control, const QString &text, const QRect &room) {
-        return control->fontMetrics().horizontalAdvance(text) <= room.width();
-    };
     const auto buttons = Form1->findChildren<QPushButton *>();
     QVERIFY(buttons.size() >= 10);
     for (const QPushButton *button : buttons) {
         QStyleOptionButton option;
         option.initFrom(button);
         const QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
-        QVERIFY2(fits(button, button->text(), room), qPrintable(button->text()));
+        QVERIFY2(option.fontMetrics.horizontalAdvance(button->text()) <= room.width(), qPrintable(button->text()));
     }
     Form1->GroupBox1->setTitle(QStringLiteral("Скорость: 5.5"));
     Form1->GroupBox3->setTitle(QStringLiteral("Громкость: 100%"));
@@ -130,7 +116,7 @@ void AccessibilityTest::everyCaptionOfTheMainWindowFits()
         option.text = group->title();
         const QRect room =
             group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
-        QVERIFY2(fits(group, group->title(), room), qPrintable(group->title()));
+        QVERIFY2(option.fontMetrics.horizontalAdvance(option.text) <= room.width(), qPrintable(option.text));
     }
 }
 

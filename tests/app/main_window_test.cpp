@@ -56,7 +56,6 @@ class MainWindowTest : public QObject {
 private Q_SLOTS:
     void init();
     void cleanup();
-    void cancellingTheDialogChangesNothing();
     void listsThatCannotBeReadWholeReplaceNoFile_data();
     void listsThatCannotBeReadWholeReplaceNoFile();
     void theOpenedVideoIsShown();
@@ -126,14 +125,6 @@ void MainWindowTest::press(const char *keys, QWidget *window)
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
     QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, QKeySequence(keys));
-}
-
-void MainWindowTest::cancellingTheDialogChangesNothing()
-{
-    setOpenDialogAnswer([] { return std::optional<QString>(); });
-    press("Ctrl+O");
-    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty() && !Form3->isVisible());
-    QVERIFY(fakeSystem->calls.isEmpty());
 }
 
 void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile_data()
@@ -221,15 +212,17 @@ void MainWindowTest::everyStepReachesTheEngine()
 
 void MainWindowTest::withoutAVideoNothingHappens()
 {
-    for (const char *keys : {"Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6", "F7",
-                             "Ctrl+P", "Ctrl+R"})
+    setOpenDialogAnswer([] { return std::optional<QString>(); }); // the user has cancelled
+    for (const char *keys : {"Ctrl+O", "Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6",
+                             "F7", "Ctrl+P", "Ctrl+R"})
         press(keys);
     QTest::mouseClick(m_window->ProgressBar1, Qt::LeftButton);
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Right);
     m_window->Timer1Timer();
     m_window->Timer2Timer();
     QVERIFY(fakeSystem->calls.isEmpty());
-    QVERIFY(!Form2->isVisible() && !Form4->isVisible() && !Form5->isVisible());
+    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty());
+    QVERIFY(!Form2->isVisible() && !Form3->isVisible() && !Form4->isVisible() && !Form5->isVisible());
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 1.5"));
     QVERIFY(m_boxes.isEmpty());
     QCOMPARE(m_beeps, 0);
@@ -275,8 +268,7 @@ void MainWindowTest::speedBarSetsTheRate()
 void MainWindowTest::volumeBarSetsTheLevelAndShowsTheDevices()
 {
     m_window->TrackBar3->setValue(50);
-    QCOMPARE(fakeSystem->level.left, std::uint16_t(32767));
-    QCOMPARE(fakeSystem->level.right, std::uint16_t(32767));
+    QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
     openVideo();
     QCOMPARE(fakeSystem->level.left, std::uint16_t(32767));
     fakeSystem->level.left = 16384;
@@ -331,9 +323,7 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
     press("F1");
     press("Shift+F1");
     setShellOpenAnswer({});
-    QCOMPARE(asked.size(), 2);
-    QCOMPARE(asked[0], inApplicationFolder("Tavrin.chm"));
-    QVERIFY(asked[1].startsWith("https://"));
+    QVERIFY(asked.size() == 2 && asked[0] == inApplicationFolder("Tavrin.chm") && asked[1].startsWith("https://"));
 
     bool came = false;
     QTimer::singleShot(200, AboutBox, [&] {

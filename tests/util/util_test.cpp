@@ -1,19 +1,23 @@
 #include "util/numbers.h"
+#include "util/text_routines.h"
 
 #include <QTest>
 
 #include <limits>
 
-class NumbersTest : public QObject {
+class UtilTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void leadingNumberEndsAtTheFirstMisfit();
     void truncationNeverOverflows();
     void generalFormatKeepsFifteenDigits();
+    void replaceScansLeftToRightOnce();
+    void fieldsAreCutAtEveryOccurrence();
+    void fileNameIsWhatFollowsTheLastSeparator();
 };
 
-void NumbersTest::leadingNumberEndsAtTheFirstMisfit()
+void UtilTest::leadingNumberEndsAtTheFirstMisfit()
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const QList<std::pair<QString, double>> cases{
@@ -27,7 +31,7 @@ void NumbersTest::leadingNumberEndsAtTheFirstMisfit()
         QVERIFY2(leadingNumber(text) == number, qPrintable(text));
 }
 
-void NumbersTest::truncationNeverOverflows()
+void UtilTest::truncationNeverOverflows()
 {
     constexpr auto max64 = std::numeric_limits<std::int64_t>::max();
     constexpr auto min64 = std::numeric_limits<std::int64_t>::min();
@@ -44,7 +48,7 @@ void NumbersTest::truncationNeverOverflows()
     QCOMPARE(truncatedToInt32(-1e12), min32);
 }
 
-void NumbersTest::generalFormatKeepsFifteenDigits()
+void UtilTest::generalFormatKeepsFifteenDigits()
 {
     // The tests run under a locale with a point.
     QCOMPARE(generalFormat(25.0), QString("25"));
@@ -54,5 +58,45 @@ void NumbersTest::generalFormatKeepsFifteenDigits()
     QCOMPARE(generalFormat(0.0), QString("0"));
 }
 
-QTEST_APPLESS_MAIN(NumbersTest)
-#include "numbers_test.moc"
+void UtilTest::replaceScansLeftToRightOnce()
+{
+    QCOMPARE(str_replace("/", ",", "a/b//c"), QString("a,b,,c"));
+    // Occurrences do not overlap, and what was put in is not scanned again.
+    QCOMPARE(str_replace("\t\t", "", "\t\t\tx"), QString("\tx"));
+    QCOMPARE(str_replace("a", "aa", "aba"), QString("aabaa"));
+    QCOMPARE(str_replace("A", "x", "aA"), QString("ax"));
+    QCOMPARE(str_replace("", "x", "abc"), QString("abc"));
+}
+
+void UtilTest::fieldsAreCutAtEveryOccurrence()
+{
+    const struct {
+        const char *source;
+        const char *delimiter;
+        QStringList fields;
+    } cases[] = {
+        {"a,b,c", ",", {"a", "b", "c", ""}},
+        {"abc", ",", {"abc", ""}},
+        {"", ",", {""}},
+        {",a,b", ",", {"", "a", "b"}},
+        {"xabyab", "ab", {"xaby", "y", ""}}, // field 0 overlooks an early long delimiter
+        {"baaac", "aa", {"ba", "", "c", ""}}, // occurrences may overlap
+        {"ab", "", {""}},
+    };
+    for (const auto &[source, delimiter, fields] : cases) {
+        QCOMPARE(getFieldFromString(-1, source, delimiter), QString());
+        for (int index = 0; index < fields.size(); ++index)
+            QCOMPARE(getFieldFromString(index, source, delimiter), fields.at(index));
+    }
+}
+
+void UtilTest::fileNameIsWhatFollowsTheLastSeparator()
+{
+    QCOMPARE(get_file_name("D:\\v\\film.avi"), QString("film.avi"));
+    QCOMPARE(get_file_name("/v\\w/фильм.avi"), QString("фильм.avi"));
+    QCOMPARE(get_file_name("film.avi"), QString("film.avi"));
+    QCOMPARE(get_file_name("/v/"), QString());
+}
+
+QTEST_APPLESS_MAIN(UtilTest)
+#include "util_test.moc"

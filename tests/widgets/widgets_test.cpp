@@ -1,9 +1,11 @@
+#include "widgets/icons.h"
 #include "widgets/message_box.h"
 #include "widgets/smoky_style.h"
 #include "widgets/style_manager.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDirIterator>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QProgressBar>
@@ -17,7 +19,7 @@
 #include <cmath>
 #include <utility>
 
-class StyleTest : public QObject {
+class WidgetsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -27,6 +29,7 @@ private Q_SLOTS:
     void focusAndDisabledAreSeen();
     void progressIsProportional();
     void sliderHandleFollowsThePointer();
+    void everyIconIsDrawn();
 };
 
 namespace {
@@ -57,9 +60,22 @@ int differingPixels(const QImage &one, const QImage &other)
     return count;
 }
 
+/// How many pixels are painted; those with a colour, or all.
+int painted(const QImage &image, int leastSaturation = 0)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor color = image.pixelColor(x, y);
+            count += color.alpha() > 64 && color.saturation() >= leastSaturation;
+        }
+    }
+    return count;
+}
+
 } // namespace
 
-void StyleTest::knownStyleSetsItsColours()
+void WidgetsTest::knownStyleSetsItsColours()
 {
     // As a desktop's theme would have set it.
     QPalette desktop;
@@ -70,7 +86,7 @@ void StyleTest::knownStyleSetsItsColours()
     QVERIFY(luminance(QApplication::palette().color(QPalette::Window)) < 0.05);
 }
 
-void StyleTest::unknownStyleChangesNothing()
+void WidgetsTest::unknownStyleChangesNothing()
 {
     QStringList told;
     setMessageBoxAnswer([&](const QString &text) { told += text; });
@@ -83,7 +99,7 @@ void StyleTest::unknownStyleChangesNothing()
     setMessageBoxAnswer({});
 }
 
-void StyleTest::textsStandOutFromTheirGround()
+void WidgetsTest::textsStandOutFromTheirGround()
 {
     const struct {
         QPalette::ColorRole text;
@@ -110,7 +126,7 @@ void StyleTest::textsStandOutFromTheirGround()
     }
 }
 
-void StyleTest::focusAndDisabledAreSeen()
+void WidgetsTest::focusAndDisabledAreSeen()
 {
     QWidget window;
     window.resize(300, 500);
@@ -141,7 +157,7 @@ void StyleTest::focusAndDisabledAreSeen()
     }
 }
 
-void StyleTest::progressIsProportional()
+void WidgetsTest::progressIsProportional()
 {
     QProgressBar bar;
     bar.setTextVisible(false);
@@ -161,7 +177,7 @@ void StyleTest::progressIsProportional()
     }
 }
 
-void StyleTest::sliderHandleFollowsThePointer()
+void WidgetsTest::sliderHandleFollowsThePointer()
 {
     QSlider slider(Qt::Horizontal);
     slider.setRange(-9, 10);
@@ -180,5 +196,26 @@ void StyleTest::sliderHandleFollowsThePointer()
     QVERIFY2(middle == 0 || middle == 1, qPrintable(QString::number(middle)));
 }
 
-QTEST_MAIN(StyleTest)
-#include "style_test.moc"
+void WidgetsTest::everyIconIsDrawn()
+{
+    // The files are there from the first use.
+    QCOMPARE(painted(icon("no such icon").pixmap(16, 16).toImage()), 0);
+    QDirIterator files(":/icons", {"*.svg"});
+    int count = 0;
+    for (; files.hasNext(); ++count) {
+        const QByteArray name = QFileInfo(files.next()).completeBaseName().toLatin1();
+        const QIcon drawn = icon(name);
+        for (const qreal ratio : {1.0, 1.5, 2.0}) {
+            const QPixmap pixmap = drawn.pixmap(QSize(16, 16), ratio);
+            const int side = qRound(16 * ratio);
+            QCOMPARE(pixmap.size(), QSize(side, side));
+            QVERIFY2(painted(pixmap.toImage()) > side * side / 20, name);
+        }
+        const QImage disabled = drawn.pixmap(QSize(32, 32), 1, QIcon::Disabled).toImage();
+        QVERIFY2(painted(disabled) > 40 && painted(disabled, 80) == 0, name);
+    }
+    QVERIFY(count > 30);
+}
+
+QTEST_MAIN(WidgetsTest)
+#include "widgets_test.moc"
