@@ -10,15 +10,21 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
+#include "widgets/application_font.h"
 #include "widgets/message_box.h"
+#include "widgets/style_manager.h"
 
+#include <QAccessible>
+#include <QDebug>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QSlider>
+#include <QStyleOption>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -47,9 +53,20 @@ QByteArray bytesOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// The controls of the window that take the keyboard from Tab.
+QList<QWidget *> controlsOf(QWidget *window)
+{
+    QList<QWidget *> controls = window->findChildren<QWidget *>();
+    controls.removeIf([window](const QWidget *control) {
+        return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || !control->isVisible() ||
+               !control->isEnabled() || control->focusProxy();
+    });
+    return controls;
+}
+
 } // namespace
 
-/// The main window with the scene windows, driven by key and mouse events over a media library without media.
+/// The main window with the other windows, driven by key and mouse events over a media library without media.
 class MainWindowTest : public QObject {
     Q_OBJECT
 
@@ -69,6 +86,8 @@ private Q_SLOTS:
     void helpIsAskedOfTheDesktop();
     void marksFillTheDialogWhileTextIsTyped();
     void closingEndsTheSceneWindowsToo();
+    void tabReachesEveryControlAndItTellsItsName();
+    void everyCaptionOfTheMainWindowFits();
 
 private:
     void openVideo();
@@ -378,9 +397,68 @@ void MainWindowTest::closingEndsTheSceneWindowsToo()
     QVERIFY(!Form1 && !Form2 && !Form3 && !OPENED);
 }
 
+void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
+{
+    QAccessible::setActive(true);
+    // Each window with the fewest controls it may have.
+    const std::pair<QWidget *, int> windows[] = {{Form2, 18}, {Form3, 1},    {Form4, 3},
+                                                 {Form5, 3},  {AboutBox, 2}, {Form1, 12}};
+    for (const auto &[window, fewest] : windows) {
+        window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
+        QList<QWidget *> missing = controlsOf(window);
+        QVERIFY2(missing.size() >= fewest, qPrintable(window->windowTitle()));
+        for (QWidget *control : missing) {
+            QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
+            const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
+            // A sign such as ">" is no name.
+            QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
+                         spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
+                     qPrintable(window->windowTitle() + QDebug::toString(control)));
+        }
+        // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
+        missing.removeIf([](const QWidget *control) {
+            const auto *choice = qobject_cast<const QRadioButton *>(control);
+            return choice && !choice->isChecked();
+        });
+        for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
+            missing.removeOne(window->focusWidget());
+            QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
+        }
+        QVERIFY2(missing.isEmpty(), qPrintable(window->windowTitle() + QDebug::toString(missing)));
+        window->hide();
+    }
+}
+
+void MainWindowTest::everyCaptionOfTheMainWindowFits()
+{
+    const auto buttons = Form1->centralWidget()->findChildren<QPushButton *>();
+    QVERIFY(buttons.size() >= 10);
+    for (const QPushButton *button : buttons) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        const QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        QVERIFY2(option.fontMetrics.horizontalAdvance(button->text()) <= room.width(), qPrintable(button->text()));
+    }
+    Form1->GroupBox1->setTitle(QStringLiteral("Скорость: 5.5"));
+    Form1->GroupBox3->setTitle(QStringLiteral("Громкость: 100%"));
+    for (const QGroupBox *group : Form1->centralWidget()->findChildren<QGroupBox *>()) {
+        QStyleOptionGroupBox option;
+        option.initFrom(group);
+        option.text = group->title();
+        const QRect room =
+            group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
+        QVERIFY2(option.fontMetrics.horizontalAdvance(option.text) <= room.width(), qPrintable(option.text));
+    }
+}
+
 int main(int argc, char **argv)
 {
     TApplication application(argc, argv);
+    TApplication::setFont(applicationFont());
+    TStyleManager::TrySetStyle(QStringLiteral("Smokey Quartz Kamri"), true);
     MainWindowTest test;
     return QTest::qExec(&test, argc, argv);
 }

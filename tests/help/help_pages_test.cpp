@@ -23,12 +23,10 @@
 
 namespace {
 
-QStringList linesOfFile(const QString &fileName)
+QByteArray contentOf(const QString &fileName)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
 /// The texts of the elements of one kind.
@@ -55,26 +53,53 @@ private Q_SLOTS:
     void everyMessageIsExplained();
     void everyQueryRuns();
     void theExamplesOfFilesCanBeRead();
+    void everyPageIsInTheCompiledHelpAndOnline();
+    void contentsAndIndexAreReadableRussian();
+    void readersAreToldTheLanguageAndTheFirstPage();
 
 private:
     [[nodiscard]] bool leadsSomewhere(const QString &from, const QString &link) const;
+    /// The lines of a source of the help that is no page.
+    [[nodiscard]] QStringList linesOfFile(const char *name) const;
+    [[nodiscard]] QByteArray extracted(const QString &name) const;
+    /// The file as readers of the compiled help take it, in windows-1251.
+    [[nodiscard]] QString decoded(const QString &name) const;
 
     QDir m_folder{QStringLiteral(HELP_FOLDER)};
     /// By file name. Where a line is broken by hand there is a bar.
     std::map<QString, QDomDocument> m_pages;
+    /// The compiled help, taken apart by the library that readers of such files on Linux are built on.
+    QTemporaryDir m_compiled;
 };
 
 void HelpPagesTest::initTestCase()
 {
     for (const QString &name : m_folder.entryList({QStringLiteral("*.html")})) {
-        QFile file(m_folder.filePath(name));
-        QVERIFY(file.open(QIODevice::ReadOnly));
         QDomDocument &page = m_pages[name];
-        QVERIFY2(page.setContent(file.readAll().replace("<br />", "|")), qPrintable(name));
+        QVERIFY2(page.setContent(contentOf(m_folder.filePath(name)).replace("<br />", "|")), qPrintable(name));
         for (const char *tag : {"title", "h1"})
             QVERIFY2(!textsOf(page, tag).value(0).isEmpty(), qPrintable(name));
     }
     QVERIFY(m_pages.size() > 10);
+    QCOMPARE(QProcess::execute(QStringLiteral("extract_chmLib"), {QStringLiteral(HELP_FILE), m_compiled.path()}), 0);
+}
+
+QStringList HelpPagesTest::linesOfFile(const char *name) const
+{
+    return QString::fromUtf8(contentOf(m_folder.filePath(name))).split('\n', Qt::SkipEmptyParts);
+}
+
+QByteArray HelpPagesTest::extracted(const QString &name) const
+{
+    return contentOf(m_compiled.filePath(name));
+}
+
+QString HelpPagesTest::decoded(const QString &name) const
+{
+    QProcess iconv;
+    iconv.start(QStringLiteral("iconv"), {"-f", "WINDOWS-1251", "-t", "UTF-8", m_compiled.filePath(name)});
+    iconv.waitForFinished();
+    return iconv.exitCode() == 0 ? QString::fromUtf8(iconv.readAllStandardOutput()) : QString();
 }
 
 bool HelpPagesTest::leadsSomewhere(const QString &from, const QString &link) const
@@ -103,7 +128,7 @@ void HelpPagesTest::noLinkLeadsNowhere()
 void HelpPagesTest::everyPageIsInTheContents()
 {
     QStringList pages;
-    for (const QString &line : linesOfFile(m_folder.filePath(QStringLiteral("contents.txt")))) {
+    for (const QString &line : linesOfFile("contents.txt")) {
         if (line.endsWith(QLatin1String(".html")))
             pages += line.trimmed();
     }
@@ -117,7 +142,7 @@ void HelpPagesTest::everyPageIsInTheContents()
 void HelpPagesTest::everyTermOfTheIndexLeadsSomewhere()
 {
     QStringList terms;
-    for (const QString &line : linesOfFile(m_folder.filePath(QStringLiteral("index.txt")))) {
+    for (const QString &line : linesOfFile("index.txt")) {
         const QStringList parts = line.split('\t');
         QCOMPARE(parts.size(), 2);
         QVERIFY2(leadsSomewhere({}, parts.at(1)), qPrintable(line));
@@ -163,9 +188,8 @@ void HelpPagesTest::everyMessageIsExplained()
     int messages = 0;
     QDirIterator sources(SOURCE_FOLDER, {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
     while (sources.hasNext()) {
-        QFile source(sources.next());
-        QVERIFY(source.open(QIODevice::ReadOnly));
-        auto found = message.globalMatch(QString::fromUtf8(source.readAll()));
+        const QString source = sources.next();
+        auto found = message.globalMatch(QString::fromUtf8(contentOf(source)));
         while (found.hasNext()) {
             const QString text = found.next().captured(1);
             const QString start = QString(text).remove(rest);
@@ -175,7 +199,7 @@ void HelpPagesTest::everyMessageIsExplained()
             const bool told = std::any_of(explained.cbegin(), explained.cend(), [&](const QString &term) {
                 return term.startsWith(start);
             });
-            QVERIFY2(told, qPrintable(source.fileName() + QStringLiteral(": ") + text));
+            QVERIFY2(told, qPrintable(source + QStringLiteral(": ") + text));
         }
     }
     QVERIFY2(messages > 30, qPrintable(QString::number(messages)));
@@ -233,6 +257,48 @@ void HelpPagesTest::theExamplesOfFilesCanBeRead()
     QCOMPARE(typesIn(lines), QStringList({"Диалог", "Погоня"}));
     QCOMPARE(subtypesOf("Диалог", lines), QStringList({"Спор", "Признание"}));
     QCOMPARE(lasttypesOf("Спор", lines), QStringList({"Шуточный", "Серьёзный"}));
+}
+
+void HelpPagesTest::everyPageIsInTheCompiledHelpAndOnline()
+{
+    const QDir online(QStringLiteral(ONLINE_HELP_FOLDER));
+    const QRegularExpression addedAnchor(QStringLiteral("<a name=\"[^\"]*\" id=\"anchor-[^\"]*\"></a>"));
+    for (const auto &[name, parsed] : m_pages) {
+        const QByteArray source = contentOf(m_folder.filePath(name));
+        QString page = decoded(name).remove(addedAnchor);
+        QVERIFY2(page.contains(QStringLiteral("charset=windows-1251")), qPrintable(name));
+        page.replace(QStringLiteral("charset=windows-1251"), QStringLiteral("charset=utf-8"));
+        QVERIFY2(page == QString::fromUtf8(source), qPrintable(name));
+        QVERIFY2(contentOf(online.filePath(name)) == source, qPrintable(name));
+    }
+    const QByteArray sheet = contentOf(m_folder.filePath(QStringLiteral("help.css")));
+    QCOMPARE(extracted(QStringLiteral("help.css")), sheet);
+    QCOMPARE(contentOf(online.filePath(QStringLiteral("help.css"))), sheet);
+    const QDir pictures(m_folder.filePath(QStringLiteral("pictures")));
+    for (const QString &name : pictures.entryList({QStringLiteral("*.png")}))
+        QCOMPARE(extracted(name), contentOf(pictures.filePath(name)));
+}
+
+void HelpPagesTest::contentsAndIndexAreReadableRussian()
+{
+    const QString contents = decoded(QStringLiteral("help.hhc"));
+    QVERIFY(contents.contains(QStringLiteral("value=\"Окно «Параметры сцены»\"><param name=\"Local\" "
+                                             "value=\"scene-dialog.html\">")));
+    QCOMPARE(contents.count(QStringLiteral("<UL>")), contents.count(QStringLiteral("</UL>")));
+    const QString index = decoded(QStringLiteral("help.hhk"));
+    QVERIFY(index.contains(QStringLiteral("value=\"долгота\"><param name=\"Local\" value=\"map.html\">")));
+    QVERIFY(index.contains(QStringLiteral("знаки «&amp;» и «&lt;»")));
+}
+
+void HelpPagesTest::readersAreToldTheLanguageAndTheFirstPage()
+{
+    // An entry is a 16-bit code, a 16-bit length and that many bytes.
+    const QByteArray system = extracted(QStringLiteral("#SYSTEM"));
+    QVERIFY(system.contains(QByteArray("\0\0\11\0help.hhc\0", 13)));
+    QVERIFY(system.contains(QByteArray("\1\0\11\0help.hhk\0", 13)));
+    QVERIFY(system.contains(QByteArray("\2\0\13\0index.html\0", 15)));
+    QVERIFY(system.contains(QByteArray("\4\0\44\0\x19\4\0\0", 8))); // Russian
+    QVERIFY(decoded(QStringLiteral("#SYSTEM")).contains(QStringLiteral("Таврин: справка")));
 }
 
 QTEST_MAIN(HelpPagesTest)
