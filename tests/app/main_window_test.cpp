@@ -460,6 +460,7 @@ void MainWindowTest::everyCaptionOfTheMainWindowFits()
         QStyleOptionGroupBox option;
         option.initFrom(group);
         option.text = group->title();
+        option.subControls = QStyle::SC_GroupBoxLabel;
         const QRect room =
             group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
         QVERIFY2(option.fontMetrics.horizontalAdvance(option.text) <= room.width(), qPrintable(option.text));
