@@ -10,20 +10,21 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
-#include "util/user_error.h"
+#include "widgets/application_font.h"
 #include "widgets/message_box.h"
+#include "widgets/style_manager.h"
 
-#include <QDir>
+#include <QAccessible>
+#include <QDebug>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QMenuBar>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QSlider>
+#include <QStyleOption>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -46,45 +47,62 @@ void writeFile(const QString &path, const QByteArray &bytes)
     file.write(bytes);
 }
 
+QByteArray bytesOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Claims every key for itself, as text fields on some desktops claim Ctrl+E.
+class GreedyEdit final : public QLineEdit {
+    using QLineEdit::QLineEdit;
+    bool event(QEvent *event) override
+    {
+        event->accept();
+        return event->type() == QEvent::ShortcutOverride || QLineEdit::event(event);
+    }
+};
+
+/// The controls of the window that take the keyboard from Tab.
+QList<QWidget *> controlsOf(QWidget *window)
+{
+    QList<QWidget *> controls = window->findChildren<QWidget *>();
+    controls.removeIf([window](const QWidget *control) {
+        return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || !control->isVisible() ||
+               !control->isEnabled() || control->focusProxy();
+    });
+    return controls;
+}
+
 } // namespace
 
-/// The main window with the scene windows, driven by key and mouse events over a media library without media.
+/// The main window with the other windows, driven by key and mouse events over a media library without media.
 class MainWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
     void cleanup();
-    void menusHaveTheirCaptionsAndShortcuts();
-    void cancellingTheDialogChangesNothing();
-    void theFirstOpenBuildsTheGraphTwice();
-    void anUnreadableListKeepsTheVideoBefore();
-    void aPartlyReadListReplacesNoFile();
+    void listsThatCannotBeReadWholeReplaceNoFile_data();
+    void listsThatCannotBeReadWholeReplaceNoFile();
     void theOpenedVideoIsShown();
-    void everyStepReachesTheEngine_data();
     void everyStepReachesTheEngine();
-    void shortcutsWorkWhileTextIsTyped();
     void withoutAVideoNothingHappens();
     void playAndPauseAlternate();
     void speedBarSetsTheRate();
-    void aRefusedRatePutsTheBarBack();
     void volumeBarSetsTheLevelAndShowsTheDevices();
     void progressBarSeeksAndHints();
-    void tickShowsPositionAndFrame();
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
-    void theExportsComeOnlyWithAVideo();
-    void marksFillTheDialog();
-    void anEndBeforeTheStartBeeps();
-    void uncaughtErrorsAreShownAndTheProgramGoesOn();
+    void marksFillTheDialogWhileTextIsTyped();
     void closingEndsTheSceneWindowsToo();
+    void tabReachesEveryControlAndItTellsItsName();
+    void everyCaptionOfTheMainWindowFits();
 
 private:
     void openVideo();
-    /// Whether the shortcut brings the dialog and Escape closes it.
-    [[nodiscard]] static bool comesModally(const char *keys, QDialog *dialog);
     /// Presses the shortcut in the active window.
-    static void press(const QKeySequence &keys, QWidget *window = Form1);
+    static void press(const char *keys, QWidget *window = Form1);
 
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_film;
@@ -109,6 +127,9 @@ void MainWindowTest::init()
     CurPath = TAVRIN_BIN_FOLDER;
     Form2 = new TForm2(m_window.get());
     Form3 = new TForm3(m_window.get());
+    Form4 = new TForm4(m_window.get());
+    Form5 = new TForm5(m_window.get());
+    AboutBox = new TAboutBox(m_window.get());
     m_window->beep = [this] { ++m_beeps; };
     m_window->show();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
@@ -123,190 +144,114 @@ void MainWindowTest::cleanup()
 
 void MainWindowTest::openVideo()
 {
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     QVERIFY(OPENED);
     fakeSystem->calls.clear();
 }
 
-bool MainWindowTest::comesModally(const char *keys, QDialog *dialog)
-{
-    bool came = false;
-    QTimer::singleShot(200, dialog, [&] {
-        came = dialog->isVisible() && dialog->isModal() && dialog->isActiveWindow();
-        QTest::keyClick(dialog, Qt::Key_Escape);
-    });
-    press(QKeySequence(keys));
-    return came && !dialog->isVisible();
-}
-
-void MainWindowTest::press(const QKeySequence &keys, QWidget *window)
+void MainWindowTest::press(const char *keys, QWidget *window)
 {
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
-    QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, keys);
+    QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, QKeySequence(keys));
 }
 
-void MainWindowTest::menusHaveTheirCaptionsAndShortcuts()
+void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile_data()
 {
-    QStringList lines;
-    for (const QAction *menu : m_window->menuBar()->actions()) {
-        lines << menu->text();
-        for (const QAction *item : menu->menu()->actions())
-            lines << (item->isSeparator() ? QString("-") : item->text() + '|' + item->shortcut().toString());
-    }
-    const QStringList expected{
-        "Файл", "Открыть|Ctrl+O", "-", "Сохранить|Ctrl+S", "Экспорт сцен в GIF|Ctrl+G",
-        "Экспорт сцен в SQLite|Ctrl+L", "-", "Выход|",
-        "Выделение", "Начало|Ctrl+B", "Конец|Ctrl+E",
-        "Навигация", "Назад на 1 минуту|F2", "Назад на 1 секунду|F3", "Назад на 1 кадр|F4", "-",
-        "Вперёд на 1 кадр|F5", "Впрерёд на 1 секунду|F6", "Вперёд на 1 минуту|F7", "-",
-        "Воспроизведение|Ctrl+P", "-", "Перемотать на начало|Ctrl+R",
-        "Помощь", "Справка|F1", "-", "Сетевая справка (обновляется)|Shift+F1", "-", "О программе|Ctrl+F1"};
-    QCOMPARE(lines, expected);
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<bool>("filmStaysOpen");
+    QTest::newRow("unreadable") << QByteArray("<scenes><scene><title>A & B</title></scene></scenes>") << true;
+    QTest::newRow("read in part")
+        << QByteArray("<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>") << false;
 }
 
-void MainWindowTest::cancellingTheDialogChangesNothing()
+void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile()
 {
-    setOpenDialogAnswer([] { return std::optional<QString>(); });
-    press(QKeySequence("Ctrl+O"));
-    QVERIFY(!OPENED);
-    QVERIFY(!INITIALIZED);
-    QVERIFY(VideoPath.isEmpty());
-    QVERIFY(!Form3->isVisible());
-    QVERIFY(fakeSystem->calls.isEmpty());
-}
-
-void MainWindowTest::theFirstOpenBuildsTheGraphTwice()
-{
+    QFETCH(const QByteArray, list);
+    QFETCH(const bool, filmStaysOpen);
     openVideo();
-    QCOMPARE(fakeSystem->graphsBuilt, 2);
-    QVERIFY(Form3->isVisible());
-    press(QKeySequence("Ctrl+O"));
-    QCOMPARE(fakeSystem->graphsBuilt, 3);
-    QCOMPARE(fakeSystem->graphsAlive, 1);
-}
-
-void MainWindowTest::anUnreadableListKeepsTheVideoBefore()
-{
-    openVideo();
-    const QString second = m_folder->filePath("второй.avi");
-    writeFile(second, "film");
-    writeFile(second + ".scenes", "<scenes><scene><title>A & B</title></scene></scenes>");
-    setOpenDialogAnswer([&] { return std::optional(second); });
-    Form3->StringGrid1->setCell(6, 1, "осталось");
-    // The error goes up to the event loop, which shows it.
-    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
-    QTRY_COMPARE(m_boxes.size(), 1);
-    QCOMPARE(VideoPath, QDir::toNativeSeparators(m_film));
-    QVERIFY(OPENED);
-    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("осталось"));
-    // Saving now writes beside the film that is open, and the unreadable list stays for its owner to mend.
-    press(QKeySequence("Ctrl+S"));
-    QVERIFY(QFile::exists(m_film + ".scenes"));
-    QFile unreadable(second + ".scenes");
-    QVERIFY(unreadable.open(QIODevice::ReadOnly));
-    QVERIFY(unreadable.readAll().contains("A & B"));
-}
-
-void MainWindowTest::aPartlyReadListReplacesNoFile()
-{
-    openVideo();
-    Form3->StringGrid1->setCell(0, 1, "1");
-    press(QKeySequence("Ctrl+S"));
-    const auto bytesOf = [](const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
+    Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
+    press("Ctrl+S");
     const QByteArray saved = bytesOf(m_film + ".scenes");
-    QVERIFY(!saved.isEmpty());
+    QVERIFY(saved.contains("прежняя"));
 
     const QString second = m_folder->filePath("второй.avi");
-    const QByteArray nested = "<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>";
     writeFile(second, "film");
-    writeFile(second + ".scenes", nested);
+    writeFile(second + ".scenes", list);
     setOpenDialogAnswer([&] { return std::optional(second); });
-    QTimer::singleShot(0, m_window.get(), [this] { m_window->N3Click(); });
+    // The error goes up to the event loop, which shows it.
+    QTimer::singleShot(0, m_window.get(), &TForm1::N3Click);
     QTRY_COMPARE(m_boxes.size(), 1);
-    QCOMPARE(Form3->StringGrid1->cell(6, 1), QString("A"));
-    press(QKeySequence("Ctrl+S"));
-    QCOMPARE(bytesOf(m_film + ".scenes"), saved);
-    QCOMPARE(bytesOf(second + ".scenes"), nested);
+    QCOMPARE(OPENED, filmStaysOpen);
+    QCOMPARE(Form3->StringGrid1->cell(TitleColumn, 1), filmStaysOpen ? "прежняя" : "A");
+    Form3->StringGrid1->setCell(TitleColumn, 1, "новая");
+    // The list belongs to the film that is still open, or to none; the unreadable one stays for its owner to mend.
+    press("Ctrl+S");
+    QCOMPARE(bytesOf(m_film + ".scenes"), filmStaysOpen ? QByteArray(saved).replace("прежняя", "новая") : saved);
+    QCOMPARE(bytesOf(second + ".scenes"), list);
 }
 
 void MainWindowTest::theOpenedVideoIsShown()
 {
-    QCOMPARE(m_window->windowTitle(), QString("Таврин"));
     openVideo();
+    // The first graph of all is built twice.
+    QCOMPARE(fakeSystem->graphsBuilt, 2);
+    QCOMPARE(fakeSystem->graphsAlive, 1);
+    QVERIFY(Form3->isVisible());
     QCOMPARE(m_window->windowTitle(), "Таврин - " + m_film);
-    QCOMPARE(m_window->StatusBar1[0]->text(), QString("Продолжительность: 0:01:30 (90 sec)"));
-    QCOMPARE(m_window->StatusBar1[2]->text(), QString("1280x720@25"));
+    fakeSystem->position = 399'600'000;
+    m_window->Timer1Timer();
+    QStringList texts;
+    for (const QLabel *panel : m_window->StatusBar1)
+        texts += panel->text();
+    QCOMPARE(texts, QStringList({"Продолжительность: 0:01:30 (90 sec)", "Положение: 0:00:39 (39 sec)", "1280x720@25",
+                                 "Кадр:  999", ""}));
     QCOMPARE(m_window->ProgressBar1->Max(), 90);
-    QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
-    QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Пауза"));
-    QCOMPARE(fakeSystem->level.left, std::uint16_t(65535));
-}
-
-void MainWindowTest::everyStepReachesTheEngine_data()
-{
-    QTest::addColumn<QPushButton * TForm1::*>("button");
-    QTest::addColumn<QString>("shortcut");
-    QTest::addColumn<QString>("seek");
-    const auto row = [](const char *name, QPushButton *TForm1::*button, const char *keys, const char *seek) {
-        QTest::newRow(name) << button << QString(keys) << QString(seek);
-    };
-    row("to the start", &TForm1::BitBtn1, "Ctrl+R", "seek 0");
-    row("back a minute", &TForm1::BitBtn2, "F2", "seek 0");
-    row("back a second", &TForm1::BitBtn3, "F3", "seek 490000000");
-    row("back a frame", &TForm1::BitBtn4, "F4", "seek 499600000");
-    row("forward a frame", &TForm1::BitBtn6, "F5", "seek 500400000");
-    row("forward a second", &TForm1::BitBtn7, "F6", "seek 510000000");
-    row("forward a minute", &TForm1::BitBtn8, "F7", "seek 904999999");
+    QCOMPARE(m_window->ProgressBar1->value(), 39);
+    QCOMPARE(CurFrame, std::int64_t(999));
+    QCOMPARE(CurTime, QString("0:00:39 (39 sec)"));
+    press("Ctrl+O");
+    QCOMPARE(fakeSystem->graphsBuilt, 3);
+    QCOMPARE(fakeSystem->graphsAlive, 1);
 }
 
 void MainWindowTest::everyStepReachesTheEngine()
 {
-    QFETCH(QPushButton * TForm1::*, button);
-    QFETCH(QString, shortcut);
-    QFETCH(QString, seek);
     openVideo();
-    fakeSystem->position = 500'000'000;
-    QTest::mouseClick(m_window.get()->*button, Qt::LeftButton);
-    QCOMPARE(fakeSystem->calls, QStringList({seek}));
-    fakeSystem->calls.clear();
-    fakeSystem->position = 500'000'000;
-    press(QKeySequence(shortcut));
-    QCOMPARE(fakeSystem->calls, QStringList({seek}));
-    QVERIFY(!PAUSED);
-}
-
-void MainWindowTest::shortcutsWorkWhileTextIsTyped()
-{
-    openVideo();
-    fakeSystem->position = 20'000'000;
-    press(QKeySequence("Ctrl+B"));
-    QVERIFY(Form2->isVisible());
-    Form2->Edit3->setFocus();
-    Form2->Edit3->setText("название");
-    fakeSystem->position = 50'000'000;
-    press(QKeySequence("Ctrl+E"), Form2);
-    QCOMPARE(Form2->Edit2->text(), QString("3"));
-    QCOMPARE(Form2->Edit3->text(), QString("название"));
-    fakeSystem->calls.clear();
-    press(QKeySequence("F5"), Form2);
-    QCOMPARE(fakeSystem->calls, QStringList({"seek 50400000"}));
+    const struct {
+        QPushButton *button;
+        const char *keys;
+        const char *seek;
+    } steps[] = {
+        {m_window->BitBtn1, "Ctrl+R", "seek 0"},     {m_window->BitBtn2, "F2", "seek 0"},
+        {m_window->BitBtn3, "F3", "seek 490000000"}, {m_window->BitBtn4, "F4", "seek 499600000"},
+        {m_window->BitBtn6, "F5", "seek 500400000"}, {m_window->BitBtn7, "F6", "seek 510000000"},
+        {m_window->BitBtn8, "F7", "seek 904999999"},
+    };
+    for (const auto &[button, keys, seek] : steps) {
+        fakeSystem->calls.clear();
+        fakeSystem->position = 500'000'000;
+        QTest::mouseClick(button, Qt::LeftButton);
+        fakeSystem->position = 500'000'000;
+        press(keys);
+        QCOMPARE(fakeSystem->calls, QStringList({seek, seek}));
+        QVERIFY(!PAUSED);
+    }
 }
 
 void MainWindowTest::withoutAVideoNothingHappens()
 {
-    for (const char *keys : {"Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6", "F7",
-                             "Ctrl+P", "Ctrl+R"})
-        press(QKeySequence(keys));
+    setOpenDialogAnswer([] { return std::optional<QString>(); }); // the user has cancelled
+    for (const char *keys : {"Ctrl+O", "Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6",
+                             "F7", "Ctrl+P", "Ctrl+R"})
+        press(keys);
     QTest::mouseClick(m_window->ProgressBar1, Qt::LeftButton);
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Right);
     m_window->Timer1Timer();
     m_window->Timer2Timer();
     QVERIFY(fakeSystem->calls.isEmpty());
-    QVERIFY(!Form2->isVisible());
+    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty());
+    QVERIFY(!Form2->isVisible() && !Form3->isVisible() && !Form4->isVisible() && !Form5->isVisible());
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 1.5"));
     QVERIFY(m_boxes.isEmpty());
     QCOMPARE(m_beeps, 0);
@@ -321,7 +266,7 @@ void MainWindowTest::playAndPauseAlternate()
     QCOMPARE(m_window->BitBtn5->text(), QString(">"));
     QCOMPARE(m_window->N22->text(), QString("Воспроизведение"));
     QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Воспроизведение"));
-    press(QKeySequence("Ctrl+P"));
+    press("Ctrl+P");
     QVERIFY(!PAUSED);
     QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
     QCOMPARE(fakeSystem->calls, QStringList({"pause", "run"}));
@@ -337,14 +282,10 @@ void MainWindowTest::speedBarSetsTheRate()
     QCOMPARE(fakeSystem->rate, 6.0);
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 6"));
     // The next video starts at rate 1 again.
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     QCOMPARE(m_window->TrackBar1->value(), 0);
     QCOMPARE(fakeSystem->rate, 1.0);
-}
-
-void MainWindowTest::aRefusedRatePutsTheBarBack()
-{
-    openVideo();
+    // A refused rate puts the bar back.
     fakeSystem->refusedRate = 6.0;
     QTest::keyClick(m_window->TrackBar1, Qt::Key_End);
     QCOMPARE(m_boxes, QStringList({"Error set rate"}));
@@ -356,8 +297,7 @@ void MainWindowTest::aRefusedRatePutsTheBarBack()
 void MainWindowTest::volumeBarSetsTheLevelAndShowsTheDevices()
 {
     m_window->TrackBar3->setValue(50);
-    QCOMPARE(fakeSystem->level.left, std::uint16_t(32767));
-    QCOMPARE(fakeSystem->level.right, std::uint16_t(32767));
+    QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
     openVideo();
     QCOMPARE(fakeSystem->level.left, std::uint16_t(32767));
     fakeSystem->level.left = 16384;
@@ -382,32 +322,19 @@ void MainWindowTest::progressBarSeeksAndHints()
     QTRY_COMPARE(bar->toolTip(), QString("0:00:00 (0 sec)"));
 }
 
-void MainWindowTest::tickShowsPositionAndFrame()
-{
-    openVideo();
-    fakeSystem->position = 399'600'000;
-    m_window->Timer1Timer();
-    QCOMPARE(m_window->StatusBar1[1]->text(), QString("Положение: 0:00:39 (39 sec)"));
-    QCOMPARE(m_window->StatusBar1[3]->text(), QString("Кадр:  999"));
-    QCOMPARE(m_window->ProgressBar1->value(), 39);
-    QCOMPARE(CurFrame, std::int64_t(999));
-    QCOMPARE(CurTime, QString("0:00:39 (39 sec)"));
-    QVERIFY(m_window->StatusBar1[4]->text().isEmpty());
-}
-
 void MainWindowTest::fittingKeepsToTheScreen()
 {
     openVideo();
     m_window->resize(1000, 600);
     fakeSystem->width = 2000;
     fakeSystem->height = 500;
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     m_window->Timer2Timer();
     QCOMPARE(m_window->Panel3->height(), m_window->Panel3->width() / 4);
 
     fakeSystem->width = 16;
     fakeSystem->height = 4320;
-    press(QKeySequence("Ctrl+O"));
+    press("Ctrl+O");
     m_window->Timer2Timer();
     QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
 
@@ -422,80 +349,51 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
 {
     QStringList asked;
     setShellOpenAnswer([&](const QString &address) { asked << address; });
-    press(QKeySequence("F1"));
-    press(QKeySequence("Shift+F1"));
+    press("F1");
+    press("Shift+F1");
     setShellOpenAnswer({});
-    QCOMPARE(asked.size(), 2);
-    QCOMPARE(asked[0], inApplicationFolder("Tavrin.chm"));
-    QVERIFY(asked[1].startsWith("https://"));
+    QVERIFY(asked.size() == 2 && asked[0] == inApplicationFolder("Tavrin.chm") && asked[1].startsWith("https://"));
 
-    AboutBox = new TAboutBox(m_window.get());
-    QVERIFY(comesModally("Ctrl+F1", AboutBox));
-}
-
-void MainWindowTest::theExportsComeOnlyWithAVideo()
-{
-    Form4 = new TForm4(m_window.get());
-    Form5 = new TForm5(m_window.get());
-    press(QKeySequence("Ctrl+G"));
-    press(QKeySequence("Ctrl+L"));
-    QVERIFY(!Form4->isVisible() && !Form5->isVisible());
-    openVideo();
-    QVERIFY(comesModally("Ctrl+G", Form4));
-    QVERIFY(comesModally("Ctrl+L", Form5));
-
-    // From the one to the other and back.
-    QTimer::singleShot(0, Form5, [] { QTest::mouseClick(Form5->BitBtn1, Qt::LeftButton); });
-    QTimer::singleShot(200, Form4, [] {
-        QVERIFY(Form4->isActiveWindow());
-        QTest::keyClick(Form4, Qt::Key_Escape);
-        QVERIFY(!Form4->isVisible() && Form5->isVisible());
-        QTest::keyClick(Form5, Qt::Key_Escape);
+    bool came = false;
+    QTimer::singleShot(200, AboutBox, [&] {
+        came = AboutBox->isActiveWindow();
+        AboutBox->close();
     });
-    Form5->exec();
-    QVERIFY(m_boxes.isEmpty());
+    press("Ctrl+F1");
+    QVERIFY(came);
 }
 
-void MainWindowTest::marksFillTheDialog()
+void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
 {
     openVideo();
     Form2->Edit3->setText("старое");
     fakeSystem->position = 123'456'780;
     QTest::mouseClick(m_window->BitBtn10, Qt::LeftButton);
-    QVERIFY(Form2->isVisible());
+    QVERIFY(Form2->isVisible() && Form2->Edit3->text().isEmpty());
     QVERIFY(!PAUSED);
     QCOMPARE(Form2->Edit1->text(), QString("12.34"));
-    QVERIFY(Form2->Edit2->text().isEmpty());
-    QVERIFY(Form2->Edit3->text().isEmpty());
-    QCOMPARE(Form2->BitBtn1->text(), QString("Добавить сцену"));
+    Form2->Edit3->setText("название");
+    GreedyEdit edit(Form2);
+    edit.show();
+    edit.setFocus();
     fakeSystem->position = 156'780'000;
-    QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
+    press("F5", Form2);
+    QCOMPARE(fakeSystem->calls, QStringList({"seek 157180000"}));
+    fakeSystem->position = 156'780'000;
+    press("Ctrl+E", Form2);
     QVERIFY(PAUSED);
     QCOMPARE(Form2->Edit2->text(), QString("3.33"));
-    // A start that the user corrects counts.
+    QCOMPARE(Form2->Edit3->text(), QString("название"));
+    // A start that the user corrects counts; an end before it is told by a sound alone.
     Form2->Edit1->setText("15");
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
     QCOMPARE(Form2->Edit2->text(), QString("0.67"));
-}
-
-void MainWindowTest::anEndBeforeTheStartBeeps()
-{
-    openVideo();
+    Form2->hide();
     Form2->Edit1->setText("20");
-    Form2->Edit2->setText("7");
-    fakeSystem->position = 100'000'000;
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
     QCOMPARE(m_beeps, 1);
-    QVERIFY(PAUSED);
-    QCOMPARE(Form2->Edit2->text(), QString("7"));
+    QCOMPARE(Form2->Edit2->text(), QString("0.67"));
     QVERIFY(!Form2->isVisible());
-}
-
-void MainWindowTest::uncaughtErrorsAreShownAndTheProgramGoesOn()
-{
-    QTimer::singleShot(0, m_window.get(), [] { throw UserError("не вышло"); });
-    QTRY_COMPARE(m_boxes, QStringList({"не вышло"}));
-    QVERIFY(m_window->isVisible());
 }
 
 void MainWindowTest::closingEndsTheSceneWindowsToo()
@@ -508,15 +406,72 @@ void MainWindowTest::closingEndsTheSceneWindowsToo()
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(ended);
     m_window.reset();
-    QCOMPARE(Form1, nullptr);
-    QCOMPARE(Form2, nullptr);
-    QCOMPARE(Form3, nullptr);
-    QVERIFY(!OPENED);
+    QVERIFY(!Form1 && !Form2 && !Form3 && !OPENED);
+}
+
+void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
+{
+    QAccessible::setActive(true);
+    // Each window with the fewest controls it may have.
+    const std::pair<QWidget *, int> windows[] = {{Form2, 18}, {Form3, 1},    {Form4, 3},
+                                                 {Form5, 3},  {AboutBox, 2}, {Form1, 12}};
+    for (const auto &[window, fewest] : windows) {
+        window->show();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
+        QList<QWidget *> missing = controlsOf(window);
+        QVERIFY2(missing.size() >= fewest, qPrintable(window->windowTitle()));
+        for (QWidget *control : missing) {
+            QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
+            const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
+            // A sign such as ">" is no name.
+            QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
+                         spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
+                     qPrintable(window->windowTitle() + QDebug::toString(control)));
+        }
+        // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
+        missing.removeIf([](const QWidget *control) {
+            const auto *choice = qobject_cast<const QRadioButton *>(control);
+            return choice && !choice->isChecked();
+        });
+        for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
+            missing.removeOne(window->focusWidget());
+            QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
+        }
+        QVERIFY2(missing.isEmpty(), qPrintable(window->windowTitle() + QDebug::toString(missing)));
+        window->hide();
+    }
+}
+
+void MainWindowTest::everyCaptionOfTheMainWindowFits()
+{
+    const auto buttons = Form1->centralWidget()->findChildren<QPushButton *>();
+    QVERIFY(buttons.size() >= 10);
+    for (const QPushButton *button : buttons) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        const QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        QVERIFY2(option.fontMetrics.horizontalAdvance(button->text()) <= room.width(), qPrintable(button->text()));
+    }
+    Form1->GroupBox1->setTitle(QStringLiteral("Скорость: 5.5"));
+    Form1->GroupBox3->setTitle(QStringLiteral("Громкость: 100%"));
+    for (const QGroupBox *group : Form1->centralWidget()->findChildren<QGroupBox *>()) {
+        QStyleOptionGroupBox option;
+        option.initFrom(group);
+        option.text = group->title();
+        option.subControls = QStyle::SC_GroupBoxLabel;
+        const QRect room =
+            group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
+        QVERIFY2(option.fontMetrics.horizontalAdvance(option.text) <= room.width(), qPrintable(option.text));
+    }
 }
 
 int main(int argc, char **argv)
 {
     TApplication application(argc, argv);
+    TApplication::setFont(applicationFont());
+    TStyleManager::TrySetStyle(QStringLiteral("Smokey Quartz Kamri"), true);
     MainWindowTest test;
     return QTest::qExec(&test, argc, argv);
 }
