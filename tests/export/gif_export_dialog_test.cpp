@@ -30,7 +30,7 @@ private Q_SLOTS:
     void aDeadReaderKeepsTheScenes();
     void cancellingEndsBetweenScenes_data();
     void cancellingEndsBetweenScenes();
-    void thousandsOfScenes();
+    void aThousandScenesAreNotTooMany();
 };
 
 void GifExportDialogTest::everyCaptionIsWholeInTheFixedDialogs()
@@ -321,19 +321,19 @@ void GifExportDialogTest::cancellingEndsBetweenScenes()
     QCOMPARE(windows.imageFiles().size(), qsizetype{8});
 }
 
-void GifExportDialogTest::thousandsOfScenes()
+void GifExportDialogTest::aThousandScenesAreNotTooMany()
 {
     ExportWindows windows;
     windows.windows.grid->change([](GridCells &list) {
         Scene scene;
         scene.length = "0";
-        for (int i = 0; i < 2000; ++i) {
+        for (int i = 0; i < 1100; ++i) {
             scene.position = QString::number(i);
             setScene(list, rowForNewScene(list), scene);
         }
     });
     QCOMPARE(windows.exportGifs(), finished);
-    QCOMPARE(windows.imageFiles().size(), qsizetype{2000});
+    QCOMPARE(windows.imageFiles().size(), qsizetype{1100});
 }
 
 int main(int argc, char **argv)
