@@ -66,7 +66,7 @@ QStringList ExportWindows::imageFiles() const
 QList<int> ExportWindows::framesIn(const QString &name) const
 {
     QList<int> frames;
-    for (const QImage &picture : gifPictures(gif(name))) {
+    for (const QImage &picture : gifPictures(windows.content("film.avi.images/" + name + ".gif"))) {
         const int frame = scripted_reader::indexOf(picture.pixel(0, 0));
         bool whole = picture.size() == QSize(200, 200);
         for (int i = 0; i < 200 && whole; ++i) {

@@ -12,15 +12,12 @@
 //   die            ends without an answer
 //   last           ends after the answer
 // WORD "start" is its start: "late MS" is known there.
-// It writes its process number and each command it takes to the file called like it with ".log" behind.
 
 #include "scripted_reader.h"
 
 #include "platform/process.h"
 #include "platform/shared_objects.h"
 #include "util/frame_protocol.h"
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -44,8 +41,7 @@ std::string textOf(const SharedMemory &block)
 
 class Reader {
 public:
-    Reader(const std::string &program, std::string shareName)
-        : name(std::move(shareName)), log(program + ".log", std::ios::app)
+    Reader(const std::string &program, std::string shareName) : name(std::move(shareName))
     {
         std::ifstream script(program + ".script");
         for (std::string word, deed; script >> word && std::getline(script >> std::ws, deed);)
@@ -54,7 +50,6 @@ public:
 
     int run()
     {
-        log << "pid " << getpid() << std::endl;
         pauseFor(nextDeed("start"));
         command = SharedMemory::create(nameOf(frame_protocol::commandBlock), frame_protocol::blockSize);
         result = SharedMemory::create(nameOf(frame_protocol::resultBlock), frame_protocol::blockSize);
@@ -70,7 +65,6 @@ public:
             if (taken.empty() || taken == last || taken != textOf(*command))
                 continue;
             last = taken;
-            log << taken << std::endl;
             serve(taken);
         }
         return EXIT_SUCCESS;
@@ -150,7 +144,6 @@ private:
     }
 
     std::string name;
-    std::ofstream log;
     std::map<std::string, std::string> deeds;
     std::map<std::string, int> counts;
     std::size_t frames = 1;
