@@ -96,14 +96,14 @@ int FrameReaderTest::read(int index)
 void FrameReaderTest::opensAndClosesAFilm()
 {
     QVERIFY(!m_reader->Check());
-    start({"open reply 640 480 1500 29.97"});
+    start({"open reply 240 320 1500 29.97"});
     // It is ready at its first check.
     QVERIFY2(m_clock.elapsed() < 400, qPrintable(QString::number(m_clock.elapsed())));
     QVERIFY(!m_reader->opened());
     QVERIFY(m_reader->Open("/фильмы/a b.avi"));
     QVERIFY(m_reader->opened());
-    QCOMPARE(m_reader->width(), 640);
-    QCOMPARE(m_reader->height(), 480);
+    QCOMPARE(m_reader->width(), 240);
+    QCOMPARE(m_reader->height(), 320);
     QCOMPARE(m_reader->frameCount(), std::int64_t{1500});
     QCOMPARE(m_reader->frameRate(), 29.97);
     QVERIFY(m_reader->TimeOut(7));

@@ -31,7 +31,9 @@
 
 namespace {
 
-constexpr std::size_t ownFrameSize = std::size_t{3} * scripted_reader::width * scripted_reader::height;
+/// Room for the most pictures that one read delivers.
+constexpr std::size_t dataSize = std::size_t{frame_protocol::mostFrames} * 3 * scripted_reader::width
+    * scripted_reader::height;
 
 std::string textOf(const SharedMemory &block)
 {
@@ -95,13 +97,11 @@ private:
         const std::string deed = nextDeed(word);
         if (deed == "die" || word == "exit")
             std::_Exit(EXIT_FAILURE);
-        if (word == "frames")
-            frames = number;
         if (word == "bufupdate") {
             data.reset();
-            data = SharedMemory::create(nameOf(frame_protocol::dataBlock), deed == "small" ? 1 : frames * frameSize);
+            data = SharedMemory::create(nameOf(frame_protocol::dataBlock), deed == "small" ? 1 : dataSize);
         }
-        if (word == "read" && data->size() >= ownFrameSize)
+        if (word == "read" && data->size() == dataSize)
             paint(number);
         pauseFor(deed);
         if (deed != "silent")
@@ -118,12 +118,6 @@ private:
             reply = deed.substr(6);
         if (deed == "endless" || deed == "garbage")
             reply = std::string(result->size() - text.size() - 1, 'x');
-        if (word == "open") {
-            std::istringstream size(reply);
-            std::size_t width = 0;
-            std::size_t height = 0;
-            frameSize = size >> width >> height && width * height < 10'000'000 ? width * height * 3 : ownFrameSize;
-        }
         // The echo comes last.
         reply = ' ' + reply + '\0';
         std::memcpy(block + text.size(), reply.data(), std::min(reply.size(), result->size() - text.size()));
@@ -146,8 +140,6 @@ private:
     std::string name;
     std::map<std::string, std::string> deeds;
     std::map<std::string, int> counts;
-    std::size_t frames = 1;
-    std::size_t frameSize = ownFrameSize;
     std::unique_ptr<SharedMemory> command;
     std::unique_ptr<SharedMemory> result;
     std::unique_ptr<SharedMemory> data;
