@@ -71,7 +71,8 @@ QList<int> ExportWindows::framesIn(const QString &name) const
         bool whole = picture.size() == QSize(200, 200);
         for (int i = 0; i < 200 && whole; ++i) {
             const int at = (scripted_reader::height - 1) * i / 199;
-            whole = picture.pixel(i, i) == (0xFF000000U | scripted_reader::colorAt(static_cast<unsigned>(frame), at, at));
+            const unsigned color = scripted_reader::colorAt(static_cast<unsigned>(frame), at, at);
+            whole = picture.pixel(i, i) == (0xFF000000U | color);
         }
         frames += whole ? frame : -1;
     }

@@ -34,7 +34,7 @@ private Q_SLOTS:
 void GifExportDialogTest::everyCaptionIsWholeInTheFixedDialogs()
 {
     const ExportWindows windows;
-    for (QDialog *dialog : {static_cast<QDialog *>(windows.dialog.get()), static_cast<QDialog *>(windows.window.get())}) {
+    for (QDialog *dialog : std::initializer_list<QDialog *>{windows.dialog.get(), windows.window.get()}) {
         dialog->show();
         for (const auto *control : dialog->findChildren<QAbstractButton *>()) {
             const QSize least(control->sizeHint().width(), control->minimumSizeHint().height());

@@ -35,7 +35,7 @@ public:
     Worker(const QString &database, const QByteArray &statements)
     {
         sqlite.start("sqlite3", {"-batch", database});
-        sqlite.write(statements + "select 'ready';\n");
+        sqlite.write(statements + "\nselect 'ready';\n");
         for (QByteArray output; !output.contains("ready"); output += sqlite.readAll()) {
             if (!sqlite.waitForReadyRead())
                 qFatal("sqlite3: %s", sqlite.readAllStandardError().constData());
@@ -141,7 +141,8 @@ void SqliteExportTest::writesEveryFieldOfAScene()
 
 void SqliteExportTest::numbersAndTextsComeBackUnchanged()
 {
-    const QStringList titles{"'; drop table scenes; --", ":Title", "\"", "𝄞 中", QString("Ёж ").repeated(50'000), " ", ""};
+    const QString longText = QString("Ёж ").repeated(50'000);
+    const QStringList titles{"'; drop table scenes; --", ":Title", "\"", "𝄞 中", longText, " blank ", ""};
     const QStringList positions{"12,5", "  7.25 с", "начало", "-1e3", "1e999", "nan", "0.1"};
     for (int i = 0; i < titles.size(); ++i)
         addScene(positions[i], {}, titles[i]);
@@ -177,7 +178,7 @@ void SqliteExportTest::everyExportStartsAnew()
 void SqliteExportTest::aDatabaseInUseIsLeftAlone_data()
 {
     QTest::addColumn<QByteArray>("work");
-    QTest::newRow("being written") << QByteArray("create table mine(x);\nbegin immediate;\ninsert into mine values(7);\n");
+    QTest::newRow("being written") << QByteArray("create table mine(x);\nbegin immediate;\ninsert into mine values(7);");
     QTest::newRow("locked") << QByteArray("create table mine(x);\nbegin exclusive;\n");
     QTest::newRow("with a write-ahead log") << QByteArray("pragma journal_mode=wal;\ncreate table mine(x);\n");
 }
