@@ -7,7 +7,6 @@
 #include "widgets/message_box.h"
 
 #include <QDir>
-#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
@@ -29,7 +28,7 @@ ExportWindows::ExportWindows(const QStringList &readerScript) : windows("a\n"), 
     window = std::make_unique<TForm5>(&windows.owner);
 }
 
-void ExportWindows::addScene(const QString &position, const QString &length, const QString &title)
+void ExportWindows::addScene(const QString &position, const QString &length, const QString &title) const
 {
     Scene scene;
     scene.position = position;
@@ -38,18 +37,25 @@ void ExportWindows::addScene(const QString &position, const QString &length, con
     windows.addRow(scene);
 }
 
-void ExportWindows::openDialog() const
+QStringList ExportWindows::messagesOf(const QObject *inLoopOf, const std::function<void()> &command)
+{
+    // Not by a click: an error that passes through the framework's buttons leaves some of their memory behind.
+    QTimer::singleShot(0, inLoopOf, command);
+    (void)QTest::qWaitFor([&] { return !windows.messages.isEmpty(); }, 60'000);
+    return takeMessages();
+}
+
+QStringList ExportWindows::exportGifs()
 {
     dialog->Timer1->setInterval(0);
     dialog->show();
+    return messagesOf(dialog.get(), [this] { dialog->BitBtn1Click(); });
 }
 
-void ExportWindows::exportGifs()
+QStringList ExportWindows::exportDatabase()
 {
-    openDialog();
-    // Not by a click: an error that passes through the framework's buttons leaves some of their memory behind.
-    QTimer::singleShot(0, dialog.get(), &TForm4::BitBtn1Click);
-    QTRY_VERIFY_WITH_TIMEOUT(!windows.messages.isEmpty(), 60'000);
+    window->show();
+    return messagesOf(window.get(), [this] { window->BitBtn2Click(); });
 }
 
 QStringList ExportWindows::imageFiles() const
@@ -60,20 +66,13 @@ QStringList ExportWindows::imageFiles() const
 QList<int> ExportWindows::framesIn(const QString &name) const
 {
     QList<int> frames;
-    for (const QImage &picture : gifPictures(gif(name))) {
-        const auto at = [&](int x, int y) {
-            const QRgb color = picture.pixel(x, y);
-            return scripted_reader::Color{static_cast<std::uint8_t>(qRed(color)),
-                                          static_cast<std::uint8_t>(qGreen(color)),
-                                          static_cast<std::uint8_t>(qBlue(color))};
-        };
-        const int frame = scripted_reader::indexOf(at(0, 0));
+    for (const QImage &picture : gifPictures(windows.content("film.avi.images/" + name + ".gif"))) {
+        const int frame = scripted_reader::indexOf(picture.pixel(0, 0));
         bool whole = picture.size() == QSize(200, 200);
         for (int i = 0; i < 200 && whole; ++i) {
-            const int y = (scripted_reader::height - 1) * i / 199;
-            const scripted_reader::Color expected = scripted_reader::colorAt(frame, y, y);
-            const scripted_reader::Color shown = at(i, i);
-            whole = shown.red == expected.red && shown.green == expected.green && shown.blue == expected.blue;
+            const int at = (scripted_reader::height - 1) * i / 199;
+            const unsigned color = scripted_reader::colorAt(static_cast<unsigned>(frame), at, at);
+            whole = picture.pixel(i, i) == (0xFF000000U | color);
         }
         frames += whole ? frame : -1;
     }

@@ -8,7 +8,10 @@
 
 #include <QApplication>
 
+#include <functional>
 #include <memory>
+
+inline const QStringList finished{"Экспорт завершён"};
 
 /// An application whose commands may fail: the error is shown in the standard box.
 class FallibleApplication final : public QApplication {
@@ -24,14 +27,13 @@ public:
     explicit ExportWindows(const QStringList &readerScript = {});
 
     /// Adds a scene to the list.
-    void addScene(const QString &position, const QString &length, const QString &title = "title");
+    void addScene(const QString &position, const QString &length, const QString &title = "title") const;
 
-    /// Shows the GIF dialog, starts the export and returns when it has ended or an error was shown; ticks follow each
-    /// other without a pause.
-    void exportGifs();
-
-    /// Shows the GIF dialog without waiting for its end.
-    void openDialog() const;
+    /// Shows the GIF dialog, starts the export and returns the messages once it has ended or an error was shown; ticks
+    /// follow each other without a pause.
+    [[nodiscard]] QStringList exportGifs();
+    /// Shows the database window, exports there and returns the messages.
+    [[nodiscard]] QStringList exportDatabase();
 
     [[nodiscard]] QString images() const { return windows.path("film.avi.images"); }
     /// The names of all files in the images folder, hidden ones too.
@@ -48,4 +50,7 @@ public:
     ReaderStandIn reader;
     std::unique_ptr<TForm4> dialog;
     std::unique_ptr<TForm5> window;
+
+private:
+    QStringList messagesOf(const QObject *inLoopOf, const std::function<void()> &command);
 };

@@ -1,35 +1,23 @@
 #pragma once
 
-#include <QString>
-#include <QStringList>
-#include <QTemporaryDir>
+#include <QFile>
+#include <QTest>
 
-#include <sys/types.h>
-
-/// A scripted reader in a folder of its own, called "FrameReader" there, with its script and its log.
+/// A scripted reader in a folder, called "FrameReader" there, with its script.
 class ReaderStandIn {
 public:
-    ReaderStandIn() : ReaderStandIn(QString()) {}
-    /// In `inFolder`, which outlives it.
-    explicit ReaderStandIn(const QString &inFolder);
-
-    /// Puts the reader there again.
-    void install() const;
-
-    [[nodiscard]] QString exe() const { return folder + "/FrameReader"; }
+    explicit ReaderStandIn(const QString &folder) : exe(folder + "/FrameReader")
+    {
+        QVERIFY(QFile::link(TAVRIN_SCRIPTED_READER, exe));
+    }
 
     /// What readers started from now on do (scripted_reader.cpp).
-    void setScript(const QStringList &lines) const;
+    void setScript(const QStringList &lines) const
+    {
+        QFile file(exe + ".script");
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write((lines.join('\n') + '\n').toUtf8());
+    }
 
-    /// The commands taken so far by all readers, in order.
-    [[nodiscard]] QStringList commands() const;
-
-    /// The process started last.
-    [[nodiscard]] pid_t process() const;
-
-private:
-    [[nodiscard]] QStringList log() const;
-
-    QTemporaryDir own;
-    QString folder;
+    const QString exe;
 };
