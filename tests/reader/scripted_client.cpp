@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <thread>
 
@@ -14,13 +14,8 @@ namespace {
 
 std::set<pid_t> children()
 {
-    std::set<pid_t> numbers;
-    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(task.path() / "children");
-        for (pid_t number = 0; file >> number;)
-            numbers.insert(number);
-    }
-    return numbers;
+    std::ifstream file("/proc/thread-self/children");
+    return {std::istream_iterator<pid_t>(file), {}};
 }
 
 } // namespace

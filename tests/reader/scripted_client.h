@@ -23,7 +23,7 @@ public:
     ScriptedClient &operator=(const ScriptedClient &) = delete;
 
     /// True if the reader lives and its blocks could be mapped.
-    [[nodiscard]] bool isReady() const { return m_command && m_result && m_data && isAlive(); }
+    [[nodiscard]] bool isReady() const { return m_number > 0 && m_command && m_result && m_data && isAlive(); }
     [[nodiscard]] bool isAlive() const;
     [[nodiscard]] bool hasEnded() const { return !m_process || m_process->ended(); }
     /// The reader's process number, or -1.
