@@ -87,10 +87,7 @@ const std::vector<FilmSpec> &standardFilms()
          // Else the sound's encoder delay shifts the pictures and leaves an empty slot after the first.
          .container = {"-avoid_negative_ts", "disabled"}},
         {.file = "mpeg2_program.mpg", .video = mpeg2, .audio = mp2, .container = {"-f", "vob"}},
-        {.file = "mpeg2_transport.ts",
-         .video = mpeg2,
-         .audio = mp2,
-         .container = {"-output_ts_offset", "3600"}},
+        {.file = "mpeg2_transport.ts", .video = mpeg2, .audio = mp2, .container = {"-output_ts_offset", "3600"}},
         {.file = "vp9.webm",
          .video = {"-c:v", "libvpx-vp9", "-deadline", "good", "-cpu-used", "5", "-row-mt", "1", "-g", "250", "-crf",
                    "34", "-b:v", "0"},
