@@ -247,7 +247,8 @@ void ReaderLifeTest::foreignDirectoriesAreNotEntered()
     const QString trap = folder.filePath("trap");
     const QStringList places{runtime + "/tavrin", folder.filePath(QString("tavrin-%1").arg(geteuid()))};
     QVERIFY(QDir().mkdir(runtime) && QDir().mkdir(trap));
-    chmod(qPrintable(runtime), 0700);
+    for (const QString &own : {runtime, trap})
+        chmod(qPrintable(own), 0700);
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert("XDG_RUNTIME_DIR", runtime);
     environment.insert("TMPDIR", folder.path());
