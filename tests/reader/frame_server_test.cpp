@@ -152,10 +152,10 @@ void FrameServerTest::brokenCommandsAreNotAnswered()
     ScriptedClient client;
     QVERIFY(open(client, "reader_h264.mp4"));
     const auto ignores = [&](const QByteArray &command) {
-        std::copy_n(command.constData(), std::min<qsizetype>(command.size() + 1, 1000), client.commandBlock().begin());
+        std::copy_n(command.constData(), std::min<qsizetype>(command.size() + 1, 1000), client.commandBlock());
         std::this_thread::sleep_for(30ms);
         // It goes on with the next command.
-        return !QByteArray(client.resultBlock().data()).startsWith(command) && client.ask("bufupdate");
+        return !QByteArray(client.resultBlock()).startsWith(command) && client.ask("bufupdate");
     };
     for (const char *command : {"read", "read ", "read x", "read 1x", "read 1 2 3", "read 1.5", "reads 1", "open",
                                 "open ", "frames", "frames x", "closes", "close now", " close", "exit now", "x"})
