@@ -151,8 +151,9 @@ QString makeFilm(const FilmSpec &spec)
         // ffmpeg 5.1 writes the display matrix only while it copies, and counts against the clock.
         const QString lying = folder.filePath("lying_" + spec.file);
         paintAndEncode(spec, painter, lying);
+        const QString turn = "rotate=" + QString::number(360 - spec.rotation);
         (void)outputOf("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error", "-i", lying, "-map", "0", "-c",
-                                             "copy", "-metadata:s:v:0", "rotate=" + QString::number(360 - spec.rotation)}
+                                             "copy", "-metadata:s:v:0", turn}
                                      + spec.container << path);
         QFile::remove(lying);
     }
