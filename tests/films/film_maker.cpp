@@ -28,16 +28,12 @@ const QString unevenTimes = "settb=1/90000,setpts='("
                             "if(lt(N,300),600000+(N-240)*5400,"
                             "924000+(N-300)*3000+900*sin(N*2.3)))))'";
 
-[[noreturn]] void fail(const QString &what, const QString &file, const QByteArray &words)
+QByteArray outputIfGood(QProcess &process, const QString &what)
 {
-    throw std::runtime_error((what + ' ' + file + ": " + QString::fromLocal8Bit(words)).toStdString());
-}
-
-double seconds(const FilmSpec &spec)
-{
-    const QStringList parts = spec.rate.split('/');
-    const double perSecond = parts.value(0).toDouble() / std::max(parts.value(1).toDouble(), 1.0);
-    return spec.frames / perSecond;
+    if (process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
+        && process.exitCode() == 0)
+        return process.readAllStandardOutput();
+    throw std::runtime_error(what.toStdString() + ": " + process.readAllStandardError().toStdString());
 }
 
 QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
@@ -45,9 +41,12 @@ QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
     QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error"};
     if (spec.graph.isEmpty())
         arguments << "-i" << "pipe:0";
-    if (!spec.audio.isEmpty())
-        arguments << "-f" << "lavfi" << "-t" << QString::number(seconds(spec), 'f', 6) << "-i"
+    if (!spec.audio.isEmpty()) {
+        const QStringList rate = spec.rate.split('/');
+        const double seconds = spec.frames * rate.value(1, "1").toDouble() / rate.at(0).toDouble();
+        arguments << "-f" << "lavfi" << "-t" << QString::number(seconds, 'f', 6) << "-i"
                   << "sine=frequency=440:sample_rate=48000";
+    }
     if (!spec.graph.isEmpty()) {
         arguments << "-filter_complex" << spec.graph << "-map" << "[picture]" << "-frames:v"
                   << QString::number(spec.frames);
@@ -58,59 +57,19 @@ QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
     return arguments << spec.audio << spec.container << output;
 }
 
-bool succeeds(QProcess &process)
-{
-    return process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
-        && process.exitCode() == 0;
-}
-
-QString recipeOf(const FilmSpec &spec, const QString &painter)
-{
-    const QStringList lines{painter,
-                            QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
-                            QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
-                            QString::number(spec.frames),
-                            spec.rate,
-                            QString::number(spec.rotation),
-                            ffmpegArguments(spec, spec.file).join('\n')};
-    return lines.join('\n');
-}
-
-bool madeBy(const QString &recipe, const QString &recipePath)
-{
-    QFile file(recipePath);
-    return file.open(QIODevice::ReadOnly) && QString::fromUtf8(file.readAll()) == recipe;
-}
-
 void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString &path)
 {
     QProcess paint;
     QProcess encode;
-    if (!spec.graph.isEmpty()) {
-        encode.start("ffmpeg", ffmpegArguments(spec, path));
-        if (!succeeds(encode))
-            fail("cannot make", spec.file, encode.readAllStandardError());
-        return;
+    if (spec.graph.isEmpty()) {
+        paint.setStandardOutputProcess(&encode);
+        paint.start(painter, {QString::number(spec.size.width()), QString::number(spec.size.height()),
+                              QString::number(spec.frames), spec.rate});
     }
-    paint.setStandardOutputProcess(&encode);
-    paint.start(painter, {QString::number(spec.size.width()), QString::number(spec.size.height()),
-                          QString::number(spec.frames), spec.rate});
     encode.start("ffmpeg", ffmpegArguments(spec, path));
-    const bool encoded = succeeds(encode);
-    const bool painted = succeeds(paint);
-    if (!encoded || !painted)
-        fail("cannot make", spec.file, encode.readAllStandardError() + paint.readAllStandardError());
-}
-
-// Writes the display matrix, which ffmpeg 5.1 does only while it copies, and counts against the clock.
-void setUpright(const FilmSpec &spec, const QString &lying, const QString &path)
-{
-    QProcess turn;
-    turn.start("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error", "-i", lying, "-map", "0", "-c", "copy",
-                                     "-metadata:s:v:0", "rotate=" + QString::number(360 - spec.rotation)}
-                             + spec.container << path);
-    if (!succeeds(turn))
-        fail("cannot turn", spec.file, turn.readAllStandardError());
+    (void)outputIfGood(encode, spec.file);
+    if (spec.graph.isEmpty())
+        (void)outputIfGood(paint, spec.file);
 }
 
 } // namespace
@@ -128,10 +87,7 @@ const std::vector<FilmSpec> &standardFilms()
          // Else the sound's encoder delay shifts the pictures and leaves an empty slot after the first.
          .container = {"-avoid_negative_ts", "disabled"}},
         {.file = "mpeg2_program.mpg", .video = mpeg2, .audio = mp2, .container = {"-f", "vob"}},
-        {.file = "mpeg2_transport.ts",
-         .video = mpeg2,
-         .audio = mp2,
-         .container = {"-output_ts_offset", "3600"}},
+        {.file = "mpeg2_transport.ts", .video = mpeg2, .audio = mp2, .container = {"-output_ts_offset", "3600"}},
         {.file = "vp9.webm",
          .video = {"-c:v", "libvpx-vp9", "-deadline", "good", "-cpu-used", "5", "-row-mt", "1", "-g", "250", "-crf",
                    "34", "-b:v", "0"},
@@ -159,52 +115,49 @@ const FilmSpec &standardFilm(const QString &file)
     return *found;
 }
 
+QByteArray outputOf(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return outputIfGood(process, program + ' ' + arguments.join(' '));
+}
+
 QString makeFilm(const FilmSpec &spec)
 {
     const QString painter = QStringLiteral(TAVRIN_PAINT_FILM);
     const QDir folder(QStringLiteral(TAVRIN_FILMS_FOLDER));
     folder.mkpath(".");
     const QString path = folder.filePath(spec.file);
-    const QString recipePath = path + ".recipe";
-    const QString recipe = recipeOf(spec, painter);
-
+    const QString recipe = QStringList{painter,
+                                       QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
+                                       QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
+                                       QString::number(spec.frames),
+                                       spec.rate,
+                                       QString::number(spec.rotation),
+                                       ffmpegArguments(spec, spec.file).join('\n')}
+                               .join('\n');
     QLockFile lock(path + ".lock");
     lock.setStaleLockTime(0);
     if (!lock.tryLock(makingMilliseconds))
-        fail("cannot lock", spec.file, {});
-    if (QFile::exists(path) && madeBy(recipe, recipePath))
+        throw std::runtime_error("cannot lock " + spec.file.toStdString());
+    QFile made(path + ".recipe");
+    if (QFile::exists(path) && made.open(QIODevice::ReadOnly) && made.readAll() == recipe.toUtf8())
         return path;
-    QFile::remove(recipePath);
+    made.remove();
 
     if (spec.rotation == 0) {
         paintAndEncode(spec, painter, path);
     } else {
+        // ffmpeg 5.1 writes the display matrix only while it copies, and counts against the clock.
         const QString lying = folder.filePath("lying_" + spec.file);
         paintAndEncode(spec, painter, lying);
-        setUpright(spec, lying, path);
+        const QString turn = "rotate=" + QString::number(360 - spec.rotation);
+        (void)outputOf("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error", "-i", lying, "-map", "0", "-c",
+                                             "copy", "-metadata:s:v:0", turn}
+                                     + spec.container << path);
         QFile::remove(lying);
     }
-
-    QFile recipeFile(recipePath);
-    if (!recipeFile.open(QIODevice::WriteOnly) || recipeFile.write(recipe.toUtf8()) < 0)
-        fail("cannot keep the recipe of", spec.file, recipeFile.errorString().toLocal8Bit());
+    if (!made.open(QIODevice::WriteOnly) || made.write(recipe.toUtf8()) < 0)
+        throw std::runtime_error("cannot keep the recipe of " + spec.file.toStdString());
     return path;
-}
-
-std::vector<double> presentationTimes(const QString &path)
-{
-    QProcess probe;
-    probe.start("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries", "packet=pts_time", "-of",
-                            "csv=p=0", path});
-    if (!probe.waitForFinished(makingMilliseconds) || probe.exitCode() != 0)
-        fail("cannot probe", path, probe.readAllStandardError());
-    std::vector<double> times;
-    for (const QByteArray &line : probe.readAllStandardOutput().split('\n')) {
-        bool isNumber = false;
-        const double time = line.trimmed().split(',').constFirst().toDouble(&isNumber);
-        if (isNumber)
-            times.push_back(time);
-    }
-    std::sort(times.begin(), times.end());
-    return times;
 }

@@ -29,10 +29,8 @@ struct FilmSpec {
 [[nodiscard]] const FilmSpec &standardFilm(const QString &file);
 
 /// The path of the film, which is made now unless the build's film folder already holds it, made by the same
-/// recipe. Tests that run at the same time share the folder safely. Throws std::runtime_error with ffmpeg's
-/// own words when it cannot be made.
+/// recipe. Tests that run at the same time share the folder safely. Throws std::runtime_error.
 [[nodiscard]] QString makeFilm(const FilmSpec &spec);
 
-/// The presentation times of a film's pictures in seconds on the container's own clock, in the order of
-/// presentation, as ffprobe tells them. Throws std::runtime_error.
-[[nodiscard]] std::vector<double> presentationTimes(const QString &path);
+/// What a program that ends well writes to its standard output. Throws std::runtime_error with the program's own words.
+[[nodiscard]] QByteArray outputOf(const QString &program, const QStringList &arguments);

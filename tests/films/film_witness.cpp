@@ -12,34 +12,17 @@ namespace {
 constexpr int darkestLight = 48;  // what is brighter belongs to the picture, not to a black border
 constexpr int leastContrast = 90; // between the two fields of a cell, of some 219 in a clean picture
 
-// Half-open ranges.
-bool allBlack(const QImage &gray, int left, int top, int right, int bottom)
-{
-    for (int y = top; y < bottom; ++y) {
-        const uchar *row = gray.constScanLine(y);
-        for (int x = left; x < right; ++x) {
-            if (row[x] > darkestLight)
-                return false;
-        }
-    }
-    return true;
-}
-
 QRect withoutBlackBorders(const QImage &gray)
 {
-    int left = 0;
-    int top = 0;
-    int right = gray.width();
-    int bottom = gray.height();
-    while (top < bottom && allBlack(gray, left, top, right, top + 1))
-        ++top;
-    while (bottom > top && allBlack(gray, left, bottom - 1, right, bottom))
-        --bottom;
-    while (left < right && allBlack(gray, left, top, left + 1, bottom))
-        ++left;
-    while (right > left && allBlack(gray, right - 1, top, right, bottom))
-        --right;
-    return {left, top, right - left, bottom - top};
+    QRect area;
+    for (int y = 0; y < gray.height(); ++y) {
+        const uchar *row = gray.constScanLine(y);
+        for (int x = 0; x < gray.width(); ++x) {
+            if (row[x] > darkestLight && !area.contains(x, y))
+                area |= QRect(x, y, 1, 1);
+        }
+    }
+    return area;
 }
 
 // The mean over the middle of a field, whose edges coding and scaling have blurred.

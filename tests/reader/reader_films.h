@@ -1,16 +1,14 @@
 #pragma once
 
 #include "films/film_maker.h"
+#include "reader/film.h"
 
-#include <QByteArray>
-#include <QString>
-
-#include <vector>
+#include <QImage>
 
 /// A film that the frame reader is tried on.
 struct ReaderFilm {
     FilmSpec made;            ///< as it comes from the encoder
-    QStringList copied = {};  ///< ffmpeg's arguments for a copy of it from later on, which is the film then
+    double copiedFrom = 0.0;  ///< if not 0, the film is a copy of it from these seconds on
     qint64 cutBytes = 0;      ///< bytes cut off the film's beginning
     bool gaps = false;        ///< pictures are missing: an index means a moment, not a number
     int knownWrong = 0;       ///< indices that are known to give another picture
@@ -22,6 +20,12 @@ struct ReaderFilm {
 
 /// The film's path; made now if the build has it not yet. Throws std::runtime_error.
 [[nodiscard]] QString makeReaderFilm(const ReaderFilm &film);
+/// The path of the one whose file is called so.
+[[nodiscard]] QString readerFilm(const QString &file);
+
+/// A file's bytes. Throw std::runtime_error.
+[[nodiscard]] QByteArray contentOf(const QString &path);
+void writeFile(const QString &path, const QByteArray &content);
 
 /// A picture as the ffmpeg program gives it when it decodes a film from its beginning to its end.
 struct WitnessedPicture {
@@ -31,5 +35,16 @@ struct WitnessedPicture {
 /// All of a film's pictures, in a size if one is given, and converted in the slow way then.
 [[nodiscard]] std::vector<WitnessedPicture> witnessedPictures(const QString &path, QSize slowlyTo = {});
 
-/// The hash used above.
-[[nodiscard]] QByteArray pictureHash(const char *pixels, qsizetype bytes);
+/// A picture in the reader's format.
+[[nodiscard]] QImage pictureOf(std::span<const std::byte> pixels, int width, int height);
+/// The hash used above, of such a picture.
+[[nodiscard]] QByteArray pictureHash(const QImage &picture);
+
+/// What the reader gives; a null picture if it does not answer.
+[[nodiscard]] QImage readPicture(Film &film, std::int64_t index);
+
+/// For what is not to be interrupted.
+inline bool never()
+{
+    return false;
+}

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <thread>
 
@@ -14,29 +14,23 @@ namespace {
 
 std::set<pid_t> children()
 {
-    std::set<pid_t> numbers;
-    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(task.path() / "children");
-        for (pid_t number = 0; file >> number;)
-            numbers.insert(number);
-    }
-    return numbers;
+    std::ifstream file("/proc/thread-self/children");
+    return {std::istream_iterator<pid_t>(file), {}};
 }
 
 } // namespace
 
 ScriptedClient::ScriptedClient(const std::string &shareName) : m_shareName(shareName)
 {
-    using namespace frame_protocol;
     const std::set<pid_t> before = children();
     m_process = startHiddenProcess(TAVRIN_FRAME_READER, shareName);
     for (const pid_t number : children()) {
         if (!before.contains(number))
             m_number = number;
     }
-    m_command = SharedMemory::open(std::string(frame_protocol::commandBlock) + shareName, blockSize);
-    m_result = SharedMemory::open(std::string(frame_protocol::resultBlock) + shareName, blockSize);
-    m_data = SharedMemory::open(std::string(dataBlock) + shareName, unopenedDataSize);
+    m_command = map(frame_protocol::commandBlock, frame_protocol::blockSize);
+    m_result = map(frame_protocol::resultBlock, frame_protocol::blockSize);
+    m_data = map(frame_protocol::dataBlock, frame_protocol::unopenedDataSize);
 }
 
 ScriptedClient::~ScriptedClient()
@@ -51,14 +45,9 @@ bool ScriptedClient::isAlive() const
     return LivenessMutex::exists(std::string(frame_protocol::livenessMutex) + m_shareName);
 }
 
-std::span<char> ScriptedClient::commandBlock() const
+std::unique_ptr<SharedMemory> ScriptedClient::map(std::string_view block, std::size_t size) const
 {
-    return {reinterpret_cast<char *>(m_command->data()), m_command->size()};
-}
-
-std::span<char> ScriptedClient::resultBlock() const
-{
-    return {reinterpret_cast<char *>(m_result->data()), m_result->size()};
+    return SharedMemory::open(std::string(block) + m_shareName, size);
 }
 
 void ScriptedClient::send(const std::string &command)
@@ -80,13 +69,10 @@ std::optional<std::string> ScriptedClient::reply() const
 std::optional<std::string> ScriptedClient::awaitReply(std::chrono::milliseconds patience) const
 {
     const auto deadline = std::chrono::steady_clock::now() + patience;
-    for (;;) {
-        if (auto found = reply())
-            return found;
-        if (std::chrono::steady_clock::now() > deadline)
-            return std::nullopt;
+    auto found = reply();
+    for (; !found && std::chrono::steady_clock::now() <= deadline; found = reply())
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    return found;
 }
 
 std::optional<std::string> ScriptedClient::ask(const std::string &command, std::chrono::milliseconds patience)
@@ -113,6 +99,6 @@ bool ScriptedClient::mapData(std::size_t size)
     m_data.reset();
     if (!ask("bufupdate"))
         return false;
-    m_data = SharedMemory::open(std::string(frame_protocol::dataBlock) + m_shareName, size);
+    m_data = map(frame_protocol::dataBlock, size);
     return m_data != nullptr;
 }

@@ -23,7 +23,7 @@ public:
     ScriptedClient &operator=(const ScriptedClient &) = delete;
 
     /// True if the reader lives and its blocks could be mapped.
-    [[nodiscard]] bool isReady() const { return m_command && m_result && m_data && isAlive(); }
+    [[nodiscard]] bool isReady() const { return m_number > 0 && m_command && m_result && m_data && isAlive(); }
     [[nodiscard]] bool isAlive() const;
     [[nodiscard]] bool hasEnded() const { return !m_process || m_process->ended(); }
     /// The reader's process number, or -1.
@@ -58,12 +58,14 @@ public:
     /// What the last reads have left in the data block.
     [[nodiscard]] std::span<std::byte> data() const { return {m_data->data(), m_data->size()}; }
     /// The raw command and result blocks.
-    [[nodiscard]] std::span<char> commandBlock() const;
-    [[nodiscard]] std::span<char> resultBlock() const;
+    [[nodiscard]] char *commandBlock() const { return reinterpret_cast<char *>(m_command->data()); }
+    [[nodiscard]] const char *resultBlock() const { return reinterpret_cast<char *>(m_result->data()); }
 
     static constexpr std::chrono::milliseconds defaultPatience{20'000};
 
 private:
+    [[nodiscard]] std::unique_ptr<SharedMemory> map(std::string_view block, std::size_t size) const;
+
     std::string m_shareName;
     std::unique_ptr<HiddenProcess> m_process;
     pid_t m_number = -1;
