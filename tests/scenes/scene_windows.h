@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fake_graph.h"
+#include "scene_lists.h"
 
 #include "player/playback_engine.h"
 #include "scenes/scene_dialog.h"
@@ -27,7 +28,7 @@ public:
     void write(const QString &name, const QByteArray &bytes) const;
 
     /// The data rows of the list, their cells from the number on joined by "|".
-    [[nodiscard]] QStringList rows() const;
+    [[nodiscard]] QStringList rows() const { return rowsOf(grid->cells()); }
     void addRow(const Scene &scene) const;
 
     /// The point of the grid's viewport in the middle of the row's first cell.

@@ -1,7 +1,6 @@
 #include "scenes/scenes_file.h"
 
-#include "scenes/scene.h"
-#include "util/user_error.h"
+#include "scene_lists.h"
 
 #include <QFile>
 #include <QProcess>
@@ -25,34 +24,11 @@ GridCells listOf(const QStringList &titles)
     return list;
 }
 
-/// The data rows, their cells from the number on joined by "|".
-QStringList rowsOf(const GridCells &list)
-{
-    QStringList rows;
-    for (int row = 1; row < list.RowCount(); ++row) {
-        QStringList cells;
-        for (int column = 0; column < sceneColumnCount; ++column)
-            cells += list.cell(column, row);
-        rows += cells.join('|');
-    }
-    return rows;
-}
-
 void load(GridCells &list, const QByteArray &xml)
 {
     TXMLDocument document;
     document.LoadFromXML(xml, fileName);
     fillList(list, *Getscenes(document), fileName);
-}
-
-QString refusalOf(const std::function<void()> &command)
-{
-    try {
-        command();
-    } catch (const UserError &error) {
-        return error.text();
-    }
-    return {};
 }
 
 /// A file of one scene with this content.
