@@ -42,16 +42,12 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void openStartsPlayingAtRateOne();
-    void eachFailingStepShowsItsTextAndHoldsNothing_data();
-    void eachFailingStepShowsItsTextAndHoldsNothing();
-    void remarksAreShownAndPlaybackStarts();
-    void aPictureThatCannotBePlacedLeavesNothingOpen();
-    void aGraphThatDoesNotRunStaysOpen();
+    void eachFailingStepShowsItsText_data();
+    void eachFailingStepShowsItsText();
     void secondOpenTearsTheFirstDown();
     void commandsWithoutAVideoReachNothing();
     void playAndPauseChangeTheStateOnce();
     void aRefusedRateGoesBackToOne();
-    void aVideoWithoutFramesHasAFiniteRate();
 
 private:
     std::unique_ptr<FakeGraphSystem> m_system;
@@ -75,13 +71,13 @@ void PlaybackEngineTest::cleanup()
 void PlaybackEngineTest::openStartsPlayingAtRateOne()
 {
     speed = 3.0;
+    // A stream without pictures has a rate all the same.
+    m_system->frameSeconds = 0.0;
     Open("/film.avi");
-    QVERIFY(OPENED);
-    QVERIFY(!PAUSED);
+    QVERIFY(OPENED && !PAUSED);
     QCOMPARE(speed, 1.0);
     QCOMPARE(fps, 25.0);
-    QCOMPARE(srcWidth, 1280);
-    QCOMPARE(srcHeight, 720);
+    QCOMPARE(QSize(srcWidth, srcHeight), QSize(1280, 720));
     QCOMPARE(Duration, MediaTime(905'000'000));
     QCOMPARE(m_system->calls,
              QStringList({"initialize", "create", "control", "event", "picture", "seeking", "file /film.avi", "render",
@@ -93,67 +89,55 @@ void PlaybackEngineTest::openStartsPlayingAtRateOne()
     QVERIFY(m_display->messages.isEmpty());
 }
 
-void PlaybackEngineTest::eachFailingStepShowsItsTextAndHoldsNothing_data()
+void PlaybackEngineTest::eachFailingStepShowsItsText_data()
 {
-    QTest::addColumn<QString>("step");
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<Status>("status");
     QTest::addColumn<QStringList>("texts");
-    const auto row = [](const char *step, const QStringList &texts) { QTest::newRow(step) << QString(step) << texts; };
-    row("initialize", {"hdshow: CoInitialize() failure\n"});
-    row("create", {"hdshow: CoCreateInstance() failure\n"});
-    row("control", {"hdshow: unable to obtain IMediaControl interface\n"});
-    row("event", {"hdshow: unable to obtain IMediaEvent interface\n"});
-    row("picture", {"hdshow: unable to obtain IMediaEvent interface\n"});
-    row("seeking", {"Failed query interface"});
-    row("render", {"Failed open file"});
-    row("window", {"Failed query interface 2"});
-    row("owner", {"!=S_OK", "Failed pin owner"});
-    row("style", {"Failed WindowStyle"});
+    const auto fails = [](const char *step, const QStringList &texts) {
+        QTest::newRow(step) << QStringList(step) << statusFailure << texts;
+    };
+    fails("initialize", {"hdshow: CoInitialize() failure\n"});
+    fails("create", {"hdshow: CoCreateInstance() failure\n"});
+    fails("control", {"hdshow: unable to obtain IMediaControl interface\n"});
+    fails("event", {"hdshow: unable to obtain IMediaEvent interface\n"});
+    fails("picture", {"hdshow: unable to obtain IMediaEvent interface\n"});
+    fails("seeking", {"Failed query interface"});
+    fails("render", {"Failed open file"});
+    fails("window", {"Failed query interface 2"});
+    fails("owner", {"!=S_OK", "Failed pin owner"});
+    fails("style", {"Failed WindowStyle"});
+    fails("place", {"!=S_OK", "hdshow: unable to render "});
+    // The session stays open only then.
+    fails("run", {"hdshow: unable to run "});
+    constexpr Status someDevicesMissing = 0x40242;
+    QTest::newRow("remarks") << QStringList{"render", "owner", "style", "place"} << someDevicesMissing
+                             << QStringList{"!=S_OK", "!=S_OK"};
 }
 
-void PlaybackEngineTest::eachFailingStepShowsItsTextAndHoldsNothing()
+void PlaybackEngineTest::eachFailingStepShowsItsText()
 {
-    QFETCH(QString, step);
-    m_system->statuses[step] = statusFailure;
+    QFETCH(QStringList, steps);
+    QFETCH(Status, status);
+    for (const QString &step : steps)
+        m_system->statuses[step] = status;
     Open("/film.avi");
     QTEST(m_display->messages, "texts");
-    QVERIFY(!OPENED);
-    QVERIFY(m_display->openedPath.isEmpty());
-    QCOMPARE(m_system->graphsAlive, 0);
-    QCOMPARE(m_system->initialized, 0);
-    QCOMPARE(m_system->calls.last(), step);
-}
-
-void PlaybackEngineTest::remarksAreShownAndPlaybackStarts()
-{
-    constexpr Status someDevicesMissing = 0x40242;
-    for (const char *step : {"render", "owner", "style", "place"})
-        m_system->statuses[step] = someDevicesMissing;
-    Open("/film.avi");
-    QVERIFY(OPENED);
-    QCOMPARE(m_display->messages, QStringList({"!=S_OK", "!=S_OK"}));
-}
-
-void PlaybackEngineTest::aPictureThatCannotBePlacedLeavesNothingOpen()
-{
-    m_system->statuses["place"] = statusFailure;
-    Open("/film.avi");
-    QCOMPARE(m_display->messages, QStringList({"!=S_OK", "hdshow: unable to render "}));
-    QVERIFY(!OPENED);
-    QVERIFY(!m_system->calls.contains("run"));
+    const bool opens = steps.constLast() == "run" || !failed(status);
+    QCOMPARE(OPENED, opens);
+    QCOMPARE(m_display->openedPath.isEmpty(), failed(status));
+    // After a failure to place the picture the interfaces stand until the next open.
+    if (!opens && steps.constLast() != "place") {
+        QCOMPARE(m_system->graphsAlive, 0);
+        QCOMPARE(m_system->initialized, 0);
+        QCOMPARE(m_system->calls.last(), steps.constLast());
+    }
+    QCOMPARE(m_system->calls.contains("run"), opens);
     // The next open starts from nothing all the same.
     m_system->statuses.clear();
     Open("/film.avi");
     QVERIFY(OPENED);
     QCOMPARE(m_system->graphsAlive, 1);
-}
-
-void PlaybackEngineTest::aGraphThatDoesNotRunStaysOpen()
-{
-    m_system->statuses["run"] = statusFailure;
-    Open("/film.avi");
-    QCOMPARE(m_display->messages, QStringList({"hdshow: unable to run "}));
-    QVERIFY(OPENED);
-    QVERIFY(m_display->openedPath.isEmpty());
 }
 
 void PlaybackEngineTest::secondOpenTearsTheFirstDown()
@@ -163,7 +147,6 @@ void PlaybackEngineTest::secondOpenTearsTheFirstDown()
     Open("/second.avi");
     QCOMPARE(m_system->calls.first(), QString("stop"));
     QCOMPARE(m_system->graphsAlive, 1);
-    QCOMPARE(m_system->graphsBuilt, 2);
     QCOMPARE(m_display->openedPath, QString("/second.avi"));
 
     m_system->statuses["render"] = statusFailure;
@@ -224,15 +207,6 @@ void PlaybackEngineTest::aRefusedRateGoesBackToOne()
     SetRate(3.0);
     QVERIFY(m_display->messages.isEmpty());
     QVERIFY(!m_system->running);
-}
-
-void PlaybackEngineTest::aVideoWithoutFramesHasAFiniteRate()
-{
-    m_system->frameSeconds = 0.0;
-    m_system->width = m_system->height = 0;
-    Open("/sound.mp3");
-    QVERIFY(OPENED);
-    QCOMPARE(fps, 25.0);
 }
 
 QTEST_MAIN(PlaybackEngineTest)
