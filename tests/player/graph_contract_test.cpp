@@ -13,8 +13,6 @@ class GraphContractTest : public QObject {
 private Q_SLOTS:
     void init();
     void cleanup() { m_player.reset(); }
-    void openPlaysFromTheStart();
-    void aPausedPositionStands();
     void aPositionAskedForIsToldUntilItIsReached();
     void everyRateIsTakenAndTold();
     void aSecondFilmStartsAnew();
@@ -34,32 +32,11 @@ void GraphContractTest::init()
     QVERIFY(OPENED && !PAUSED);
     // Pictures are drawn the way that was asked for, not by the fallback.
     QCOMPARE(m_player->system().surface().turnsPictures(), !offscreen);
-}
-
-void GraphContractTest::openPlaysFromTheStart()
-{
-    QCOMPARE(GetRate(), 1.0);
-    QVERIFY(GetPosition() < unitsPerSecond / 2);
     // A film's sound may end some pictures after or before the last picture.
     QVERIFY(qAbs(Duration - 420 * unitsPerSecond / 25) <= unitsPerSecond / 10);
-    QCOMPARE(GetDuration(), Duration);
     QCOMPARE(QSize(srcWidth, srcHeight), QSize(320, 180));
     QVERIFY(qAbs(fps - 25.0) < 1e-6);
-    const MediaTime before = GetPosition();
-    QTRY_VERIFY(GetPosition() > before + unitsPerSecond / 2);
-}
-
-void GraphContractTest::aPausedPositionStands()
-{
-    Pause();
-    QVERIFY(PAUSED);
-    QVERIFY(m_player->settle());
-    const MediaTime there = GetPosition();
-    runEvents(200);
-    QCOMPARE(GetPosition(), there);
-    Play();
-    QVERIFY(!PAUSED);
-    QTRY_VERIFY(GetPosition() > there + unitsPerSecond / 10);
+    QTRY_VERIFY(GetPosition() > unitsPerSecond / 2);
 }
 
 void GraphContractTest::aPositionAskedForIsToldUntilItIsReached()

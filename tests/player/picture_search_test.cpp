@@ -124,11 +124,10 @@ void PictureSearchTest::everySearchEndsOnTheRightPicture_data()
     QTest::addColumn<bool>("clumsyBackSteps");
     QTest::newRow("equal frames") << 0.0 << 0.0 << false;
     QTest::newRow("uneven frames with gaps") << 0.7 << 0.0 << false;
-    QTest::newRow("seeks land a little late") << 0.0 << 0.7 << false;
     QTest::newRow("seeks land very late") << 0.0 << 9.0 << false;
     QTest::newRow("steps back miss") << 0.0 << 0.0 << true;
     QTest::newRow("steps back miss between uneven frames") << 0.7 << 0.0 << true;
-    QTest::newRow("all of it") << 0.5 << 1.5 << true;
+    QTest::newRow("seeks land a little late, and all the rest") << 0.5 << 1.5 << true;
 }
 
 void PictureSearchTest::everySearchEndsOnTheRightPicture()
@@ -159,15 +158,9 @@ void PictureSearchTest::everySearchEndsOnTheRightPicture()
                 target = film.pictures[static_cast<std::size_t>(index)] - m_random.bounded(0.002);
             }
             const bool ended = film.search(target, goal, true);
-            const QString told = QString("film of %1 pictures from %2, frame %3: from picture %4 to %5 at %6 (%7) got to %8")
-                                     .arg(count)
-                                     .arg(film.times.first)
-                                     .arg(film.times.frame)
-                                     .arg(before)
-                                     .arg(index)
-                                     .arg(target, 0, 'f', 6)
-                                     .arg(static_cast<int>(goal))
-                                     .arg(film.shown, 0, 'f', 6);
+            const QString told = QString("film of %1 pictures from %2: from picture %3 to %4 at %5 (%6) got to %7")
+                                     .arg(count).arg(film.times.first).arg(before).arg(index)
+                                     .arg(target, 0, 'f', 6).arg(static_cast<int>(goal)).arg(film.shown, 0, 'f', 6);
             QVERIFY2(ended, qPrintable(told));
             QVERIFY2(film.shown == film.pictures[static_cast<std::size_t>(index)], qPrintable(told));
         }

@@ -22,8 +22,7 @@ private Q_SLOTS:
     void aClickOpensTheRowAndADoubleClickSeeks();
     void theDialogStaysOutOfTheDoubleClicksWay();
     void theDialogComesUpBesideTheClick();
-    void draggingSelectsAndOpensNothing();
-    void arrowsMoveAndEnterOpens();
+    void keysMoveAndDraggingSelects();
     void numbersStayInPlaceAndActAsTheirRows();
     void theCurrentRowFollowsTheRowCount();
     void menuCommandsChangeTheList();
@@ -33,7 +32,7 @@ private Q_SLOTS:
     void bulkChangesAreOneChange();
 
 private:
-    /// Adds rows with these positions.
+    /// Adds rows with these positions and shows the window.
     void addRows(const QStringList &positions);
 
     std::unique_ptr<SceneWindows> m_windows;
@@ -53,12 +52,12 @@ void SceneListWindowTest::addRows(const QStringList &positions)
         scene.position = position;
         m_windows->addRow(scene);
     }
+    m_windows->list->show();
 }
 
 void SceneListWindowTest::aClickOpensTheRowAndADoubleClickSeeks()
 {
     addRows({"1", "12.34"});
-    m_windows->list->show();
     QTest::mouseDClick(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(1));
     QCOMPARE(m_windows->system.calls, QStringList());
     m_windows->openVideo();
@@ -78,26 +77,9 @@ void SceneListWindowTest::aClickOpensTheRowAndADoubleClickSeeks()
 
 void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay()
 {
-    struct Case {
-        QRect frame;
-        QPoint pointer;
-        QRect available;
-        bool possible;
-    };
     const QRect laptop(0, 30, 1366, 738);
     const QRect centred(384, 80, 598, 600);
-    QList<Case> cases{
-        {{2000, 100, 598, 600}, {2200, 300}, {1366, 0, 1280, 1024}, true},
-        {{1200, 600, 598, 600}, {10, 10}, laptop, true},
-        // A small screen with the pointer in its middle, and too small a screen.
-        {{100, 60, 598, 600}, {500, 380}, {0, 0, 1024, 768}, false},
-        {{0, 0, 598, 600}, {790, 590}, {0, 0, 800, 590}, false},
-    };
-    for (const int x : {10, 383, 600, 683, 742, 900, 1356}) {
-        for (const int y : {40, 300, 760})
-            cases.append({centred, {x, y}, laptop, true});
-    }
-    for (const auto &[frame, pointer, available, possible] : cases) {
+    const auto compare = [](const QRect &frame, QPoint pointer, const QRect &available, bool possible) {
         const QRect keepClear(pointer - QPoint(24, 24), pointer + QPoint(24, 24));
         const std::optional<QRect> place = placedClearOf(keepClear, frame, available);
         QCOMPARE(place.has_value(), possible);
@@ -109,7 +91,16 @@ void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay()
         }
         const QRect inside = placedInside(frame, available);
         QVERIFY(inside.left() >= available.left() && inside.top() >= available.top());
+    };
+    for (const int x : {10, 383, 600, 683, 742, 900, 1356}) {
+        for (const int y : {40, 300, 760})
+            compare(centred, {x, y}, laptop, true);
     }
+    compare({2000, 100, 598, 600}, {2200, 300}, {1366, 0, 1280, 1024}, true);
+    compare({1200, 600, 598, 600}, {10, 10}, laptop, true);
+    // A small screen with the pointer in its middle, and too small a screen.
+    compare({100, 60, 598, 600}, {500, 380}, {0, 0, 1024, 768}, false);
+    compare({0, 0, 598, 600}, {790, 590}, {0, 0, 800, 590}, false);
 }
 
 void SceneListWindowTest::theDialogComesUpBesideTheClick()
@@ -118,7 +109,6 @@ void SceneListWindowTest::theDialogComesUpBesideTheClick()
     TForm2 *dialog = m_windows->dialog.get();
     const QRect screen = m_windows->owner.screen()->availableGeometry();
     m_windows->list->move(screen.topLeft());
-    m_windows->list->show();
     const auto clicked = [this] { return m_grid->viewport()->mapToGlobal(m_windows->pointOf(1)); };
     m_windows->clickRow(1);
     QVERIFY(dialog->isVisible());
@@ -142,28 +132,25 @@ void SceneListWindowTest::theDialogComesUpBesideTheClick()
     QTRY_VERIFY(dialog->isVisible());
 }
 
-void SceneListWindowTest::draggingSelectsAndOpensNothing()
+void SceneListWindowTest::keysMoveAndDraggingSelects()
 {
     addRows({"1", "2", "3"});
-    m_windows->list->show();
-    QTest::mousePress(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(1));
-    QTest::mouseMove(m_grid->viewport(), m_windows->pointOf(2) + QPoint(100, 0));
-    QTest::mouseMove(m_grid->viewport(), m_windows->pointOf(3) + QPoint(100, 0));
-    QTest::mouseRelease(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(3) + QPoint(100, 0));
-    QCOMPARE(m_grid->selectionModel()->selectedIndexes().size(), 9);
-    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, Qt::ShiftModifier, m_windows->pointOf(3));
-    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, {}, QPoint(300, m_grid->viewport()->height() - 5));
-    QVERIFY(!m_windows->dialog->isVisible());
-}
-
-void SceneListWindowTest::arrowsMoveAndEnterOpens()
-{
-    addRows({"1", "2", "3"});
-    m_windows->list->show();
     for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Up, Qt::Key_3})
         QTest::keyClick(m_grid, key);
     QCOMPARE(m_grid->Row(), 2);
+
+    const QPoint first = m_windows->pointOf(1);
+    const QPoint last = m_windows->pointOf(3) + QPoint(100, 0);
+    QTest::mousePress(m_grid->viewport(), Qt::LeftButton, {}, first);
+    QTest::mouseMove(m_grid->viewport(), (first + last) / 2);
+    QTest::mouseMove(m_grid->viewport(), last);
+    QTest::mouseRelease(m_grid->viewport(), Qt::LeftButton, {}, last);
+    QCOMPARE(m_grid->selectionModel()->selectedIndexes().size(), 9);
+    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, Qt::ShiftModifier, last);
+    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, {}, QPoint(300, m_grid->viewport()->height() - 5));
     QVERIFY(!m_windows->dialog->isVisible());
+
+    m_grid->setRow(2);
     QTest::keyClick(m_grid, Qt::Key_Return);
     QVERIFY(m_windows->dialog->isVisible());
     QCOMPARE(m_windows->dialog->Edit1->text(), QString("2"));
@@ -173,14 +160,12 @@ void SceneListWindowTest::numbersStayInPlaceAndActAsTheirRows()
 {
     m_windows->openVideo();
     addRows({"1", "2", "3"});
-    m_windows->list->show();
     m_windows->system.calls.clear();
     QWidget *numbers = m_grid->verticalHeader()->viewport();
     const QPoint third(10, m_windows->pointOf(3).y());
     QTest::mouseClick(numbers, Qt::LeftButton, {}, third);
     QCOMPARE(m_grid->Row(), 3);
     QVERIFY(m_windows->dialog->isVisible());
-    QCOMPARE(m_windows->dialog->Edit1->text(), QString("3"));
     QTest::mouseDClick(numbers, Qt::LeftButton, {}, third);
     QCOMPARE(m_windows->system.calls, QStringList{"seek 30000000"});
 
@@ -200,7 +185,6 @@ void SceneListWindowTest::theCurrentRowFollowsTheRowCount()
         QCOMPARE(m_grid->Row(), 1);
     }
     m_grid->setRow(9);
-    QCOMPARE(m_grid->Row(), 9);
     m_grid->setRowCount(5);
     QCOMPARE(m_grid->Row(), 4);
     m_grid->setRow(100);
@@ -232,28 +216,27 @@ void SceneListWindowTest::menuCommandsChangeTheList()
 void SceneListWindowTest::theContextMenuFitsThePlace()
 {
     addRows({"1", "2"});
-    m_windows->list->show();
-    const auto captionsAt = [this](QWidget *widget, QPoint point) {
+    const auto commandsAt = [](QWidget *widget, QPoint point) {
         QTest::mouseClick(widget, Qt::RightButton, {}, point);
         QContextMenuEvent event(QContextMenuEvent::Mouse, point, widget->mapToGlobal(point));
         QApplication::sendEvent(widget, &event);
-        QStringList captions;
-        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
-            for (const QAction *action : menu->actions())
-                captions += action->isSeparator() ? "-" : action->text();
-            menu->close();
-        }
-        return captions;
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        if (!menu)
+            return QList<QAction *>();
+        menu->close();
+        return menu->actions();
     };
-    const QStringList whole{"Save", "Open", "Сортировка записей"};
-    const QStringList row{"Save", "Open", "Сортировка записей", "-", "Удалить запись", "-", "Очистить таблицу"};
-    QCOMPARE(captionsAt(m_grid->viewport(), m_windows->pointOf(2)), row);
-    QCOMPARE(m_grid->Row(), 2);
-    QCOMPARE(captionsAt(m_grid->verticalHeader()->viewport(), QPoint(5, m_windows->pointOf(1).y())), row);
-    QCOMPARE(m_grid->Row(), 1);
-    QCOMPARE(captionsAt(m_grid->viewport(), QPoint(300, m_grid->viewport()->height() - 5)), whole);
-    QCOMPARE(captionsAt(m_grid->horizontalHeader()->viewport(), QPoint(100, 5)), whole);
-    QCOMPARE(captionsAt(m_windows->list.get(), QPoint(1, 1)), whole);
+    TForm3 *list = m_windows->list.get();
+    const QList<QAction *> whole{list->Save1, list->Open1, list->N13};
+    const auto compareRow = [&](const QList<QAction *> &commands, int row) {
+        QVERIFY(commands.size() > whole.size() && commands.contains(list->N10) && commands.contains(list->N12));
+        QCOMPARE(m_grid->Row(), row);
+    };
+    compareRow(commandsAt(m_grid->viewport(), m_windows->pointOf(2)), 2);
+    compareRow(commandsAt(m_grid->verticalHeader()->viewport(), QPoint(5, m_windows->pointOf(1).y())), 1);
+    QCOMPARE(commandsAt(m_grid->viewport(), QPoint(300, m_grid->viewport()->height() - 5)), whole);
+    QCOMPARE(commandsAt(m_grid->horizontalHeader()->viewport(), QPoint(100, 5)), whole);
+    QCOMPARE(commandsAt(list, QPoint(1, 1)), whole);
     QVERIFY(!m_windows->dialog->isVisible());
 }
 
