@@ -100,22 +100,19 @@ class PictureSearchTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        m_random.seed(seed);
+    }
     void everySearchEndsOnTheRightPicture_data();
     void everySearchEndsOnTheRightPicture();
     void theNeighbourCostsOneCommand();
-    void aFilmWithoutPicturesOnlySeeks();
 
 private:
     QRandomGenerator m_random;
 };
-
-void PictureSearchTest::initTestCase()
-{
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    m_random.seed(seed);
-}
 
 void PictureSearchTest::everySearchEndsOnTheRightPicture_data()
 {
@@ -170,15 +167,15 @@ void PictureSearchTest::everySearchEndsOnTheRightPicture()
 void PictureSearchTest::theNeighbourCostsOneCommand()
 {
     SimulatedFilm film(m_random, 200, 0.0);
-    QVERIFY(film.search(film.pictures[100], SeekTo::Time, true));
-    QCOMPARE(film.commands, 1);
-    QVERIFY(film.search(0.0, SeekTo::NextPicture, true));
-    QCOMPARE(film.commands, 1);
-    QVERIFY(film.search(0.0, SeekTo::PreviousPicture, true));
-    QCOMPARE(film.commands, 1);
+    const auto costsOneCommand = [&film](double target, SeekTo goal, bool paused = true) {
+        QVERIFY(film.search(target, goal, paused));
+        QCOMPARE(film.commands, 1);
+    };
+    costsOneCommand(film.pictures[100], SeekTo::Time);
+    costsOneCommand(0.0, SeekTo::NextPicture);
+    costsOneCommand(0.0, SeekTo::PreviousPicture);
     // A running film is put at a time by one seek, however near it is.
-    QVERIFY(film.search(film.pictures[102], SeekTo::Time, false));
-    QCOMPARE(film.commands, 1);
+    costsOneCommand(film.pictures[102], SeekTo::Time, false);
     QCOMPARE(film.shown, film.pictures[102]);
     // Where the film ends is asked once.
     QVERIFY(film.search(film.pictures[199], SeekTo::Time, true));
@@ -186,21 +183,6 @@ void PictureSearchTest::theNeighbourCostsOneCommand()
     QVERIFY(film.search(0.0, SeekTo::NextPicture, true));
     QCOMPARE(film.commands, 0);
     QCOMPARE(film.shown, film.pictures[199]);
-}
-
-void PictureSearchTest::aFilmWithoutPicturesOnlySeeks()
-{
-    const FilmTimes sound{.first = 0.0, .end = 60.0, .frame = 0.0};
-    PictureSearch search(sound, 0.0, 30.0, SeekTo::Time, true);
-    const SearchCommand first = search.start();
-    QVERIFY(first.kind == SearchCommand::Seek);
-    QVERIFY(std::abs(first.seconds - 30.0) < 0.01);
-    // A core tells a time earlier by what its sound device has not played yet.
-    QVERIFY(search.landed(29.8, false).kind == SearchCommand::Done);
-    QCOMPARE(search.shown(), 30.0);
-    const SearchCommand step = PictureSearch(sound, 30.0, 30.04, SeekTo::NextPicture, true).start();
-    QVERIFY(step.kind == SearchCommand::Seek);
-    QVERIFY(std::abs(step.seconds - 30.04) < 0.01);
 }
 
 QTEST_APPLESS_MAIN(PictureSearchTest)

@@ -33,28 +33,12 @@ class SceneTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void fieldsLieInTheirColumns();
     void newScenesFillTheBlankRowFirst();
-    void deletingMovesRowsUpUnderTheirNumbers();
-    void clearingLeavesOneBlankRow();
+    void rowsThatGoLeaveNothingBehind();
     void sortingIsNumericAndStable_data();
     void sortingIsNumericAndStable();
     void positionsBecomeMediaTimes();
 };
-
-void SceneTest::fieldsLieInTheirColumns()
-{
-    GridCells list(sceneColumnCount);
-    setScene(list, 1, {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"});
-    for (int c = PositionColumn; c < sceneColumnCount; ++c)
-        QCOMPARE(list.cell(c, 1), QString::number(c));
-    QCOMPARE(sceneAt(list, 1).longitude, QString("12"));
-
-    for (const auto &[column, row] : {std::pair(0, 2), std::pair(int(sceneColumnCount), 1), std::pair(-1, -1)}) {
-        list.setCell(column, row, "outside");
-        QCOMPARE(list.cell(column, row), QString());
-    }
-}
 
 void SceneTest::newScenesFillTheBlankRowFirst()
 {
@@ -69,7 +53,7 @@ void SceneTest::newScenesFillTheBlankRowFirst()
     QCOMPARE(list.RowCount(), 3);
 }
 
-void SceneTest::deletingMovesRowsUpUnderTheirNumbers()
+void SceneTest::rowsThatGoLeaveNothingBehind()
 {
     GridCells list = listOf({"a", "b", "c", "d"});
     list.deleteRow(2);
@@ -78,24 +62,17 @@ void SceneTest::deletingMovesRowsUpUnderTheirNumbers()
     for (const int row : {3, 0, 3})
         list.deleteRow(row);
     QCOMPARE(column(list, PositionColumn), QStringList({"a", "c"}));
-    list.deleteRow(1);
-    list.deleteRow(1);
-    QVERIFY(listIsEmpty(list));
-    QCOMPARE(column(list, PositionColumn), QStringList({""}));
-}
-
-void SceneTest::clearingLeavesOneBlankRow()
-{
-    GridCells list = listOf({"a", "b", "c"});
     clearList(list);
     QVERIFY(listIsEmpty(list));
-    for (int c = 0; c < sceneColumnCount; ++c)
-        QCOMPARE(list.cell(c, 1), QString());
-    // Rows that come back are blank.
     list.setRowCount(4);
     QCOMPARE(column(list, PositionColumn), QStringList({"", "", ""}));
+    QCOMPARE(column(list, NumberColumn), QStringList({"", "", ""}));
     list.setRowCount(-3);
     QCOMPARE(list.RowCount(), 2);
+    for (const auto &[column, row] : {std::pair(0, 2), std::pair(int(sceneColumnCount), 1), std::pair(-1, -1)}) {
+        list.setCell(column, row, "outside");
+        QCOMPARE(list.cell(column, row), QString());
+    }
 }
 
 void SceneTest::sortingIsNumericAndStable_data()

@@ -2,10 +2,7 @@
 
 #include "scene_lists.h"
 
-#include <QFile>
-#include <QProcess>
 #include <QStringEncoder>
-#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -44,7 +41,6 @@ class ScenesFileTest : public QObject {
 
 private Q_SLOTS:
     void theFileIsWrittenLetterForLetter();
-    void foreignParsersReadTheSameTexts();
     void savingAgainGivesTheSameBytes();
     void scenesAreReadHoweverTheyAreWritten_data();
     void scenesAreReadHoweverTheyAreWritten();
@@ -52,7 +48,6 @@ private Q_SLOTS:
     void unreadableFilesAreRefused_data();
     void unreadableFilesAreRefused();
     void elementsInAFieldStopTheFilling();
-    void filesAreReadFromTheirPlace();
 };
 
 void ScenesFileTest::theFileIsWrittenLetterForLetter()
@@ -73,19 +68,6 @@ void ScenesFileTest::theFileIsWrittenLetterForLetter()
                              "\t\t<commemt>к</commemt>\r\n\t\t<latitude>55.7539</latitude>\r\n"
                              "\t\t<longitude>0</longitude>\r\n\t</scene>\r\n";
     QCOMPARE(scenesXml(list), head + scene + blank + foot);
-}
-
-void ScenesFileTest::foreignParsersReadTheSameTexts()
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("фильм.scenes");
-    const QString title = QString::fromUtf8("  «Ёлка» \"x\" 'y' > 🎬\t] ] ");
-    saveList(listOf({"first", title}), path);
-    QProcess reader;
-    reader.start("xmllint", {"--xpath", "string(/scenes/scene[2]/title)", path});
-    QVERIFY(reader.waitForFinished());
-    QCOMPARE(reader.exitCode(), 0);
-    QCOMPARE(QString::fromUtf8(reader.readAllStandardOutput()), title + '\n');
 }
 
 void ScenesFileTest::savingAgainGivesTheSameBytes()
@@ -210,16 +192,6 @@ void ScenesFileTest::elementsInAFieldStopTheFilling()
              qPrintable(refusal));
     QCOMPARE(rowsOf(list),
              QStringList({"1||||||a||||||", "2|5|||||old 2||||||", "3||||||old 3||||||", "||||||||||||"}));
-}
-
-void ScenesFileTest::filesAreReadFromTheirPlace()
-{
-    const QTemporaryDir folder;
-    saveList(listOf({"a"}), folder.filePath(fileName));
-    QCOMPARE(Loadscenes(folder.filePath(fileName))->Get_scene(0).Get_title(), QString("a"));
-    QVERIFY(!TXMLDocument().Active());
-    QVERIFY(!Getscenes(TXMLDocument()));
-    QVERIFY(refusalOf([&] { (void)Loadscenes(folder.filePath("missing")); }).contains("нет такого файла"));
 }
 
 QTEST_GUILESS_MAIN(ScenesFileTest)

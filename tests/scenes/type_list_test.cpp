@@ -8,18 +8,19 @@ class TypeListTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void linesEndInAnyWay();
+    void filesOfAnyKindAreRead();
     void levelsAreToldByTabs_data();
     void levelsAreToldByTabs();
-    void oddFilesAreRead();
     void theListThatComesWithTheProgramIsSound();
 };
 
-void TypeListTest::linesEndInAnyWay()
+void TypeListTest::filesOfAnyKindAreRead()
 {
     QCOMPARE(linesOf("a\r\nb\nc\rd"), QStringList({"a", "b", "c", "d"}));
     QCOMPARE(linesOf("a\r\n\r\nb\n\rc\n"), QStringList({"a", "", "b", "", "c"}));
     QCOMPARE(linesOf(""), QStringList());
+    QCOMPARE(typeListText("\xEF\xBB\xBF\xD0\xAF"), QString("Я"));
+    QVERIFY(typeListText("a\xFF\xD0").startsWith(QString("a") + QChar(0xFFFD)));
 }
 
 void TypeListTest::levelsAreToldByTabs_data()
@@ -63,12 +64,6 @@ void TypeListTest::levelsAreToldByTabs()
     QTEST(typesIn(lines), "types");
     QTEST(subtypesOf(type, lines), "subtypes");
     QTEST(lasttypesOf(subtype, lines), "lasttypes");
-}
-
-void TypeListTest::oddFilesAreRead()
-{
-    QCOMPARE(typeListText("\xEF\xBB\xBF\xD0\xAF"), QString("Я"));
-    QVERIFY(typeListText("a\xFF\xD0").startsWith(QString("a") + QChar(0xFFFD)));
 }
 
 void TypeListTest::theListThatComesWithTheProgramIsSound()
