@@ -57,6 +57,7 @@ void ComputationsTest::barsReachTheirEnds()
     QCOMPARE(trackBarLevel(100), std::uint16_t(65535));
     for (int position = 0; position <= 100; ++position)
         QCOMPARE(levelPercent(trackBarLevel(position)), position);
+    QCOMPARE(fittingHeightChange(1214, 600, 0, 0), 0);
 }
 
 void ComputationsTest::marksAreTruncatedToHundredths()

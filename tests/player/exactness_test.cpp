@@ -68,11 +68,11 @@ void ExactnessTest::everyStepShowsTheNeighbour()
 {
     open();
     constexpr int steps = 200;
-    for (int number = 1; number <= steps; ++number) {
+    for (int number = 1; number <= steps && !QTest::currentTestFailed(); ++number) {
         m_player->stepForward();
         compareShown(number);
     }
-    for (int number = steps - 1; number >= 0; --number) {
+    for (int number = steps - 1; number >= 0 && !QTest::currentTestFailed(); --number) {
         m_player->stepBack();
         compareShown(number);
     }
