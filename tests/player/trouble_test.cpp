@@ -42,7 +42,7 @@ void encode(const QStringList &arguments)
 /// An entry of this process's /proc folder, such as "fd": how many names it holds.
 qsizetype entriesOf(const char *folder)
 {
-    return QDir(QString("/proc/self/") + folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+    return QDir(QString("/proc/self/") + folder).entryList(QDir::AllEntries | QDir::System).size();
 }
 
 qint64 residentBytes()
@@ -351,7 +351,8 @@ void TroubleTest::picturesOfAnyShapeAreExact_data()
     row("odd, H.264", painted("odd.mp4", h264Full, {}, 0, odd), odd);
     row("odd, FFV1", painted("odd.mkv", {"-c:v", "ffv1"}, {}, 0, odd), odd);
     row("odd, MJPEG", painted("odd.avi", {"-c:v", "mjpeg", "-q:v", "3"}, {}, 0, odd), odd);
-    row("odd, VP9", painted("odd.webm", {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"}, {}, 0, odd), odd);
+    const QStringList vp9 = {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"};
+    row("odd, VP9", painted("odd.webm", vp9, {}, 0, odd), odd);
     row("portrait", painted("portrait.mp4", h264, {}, 0, {180, 320}), {180, 320});
     // Squeezed to half its width, and shown wide again.
     row("anamorphic", painted("anamorphic.mp4", QStringList{"-vf", "scale=160:180,setsar=2"} + h264), {320, 180});
@@ -360,8 +361,8 @@ void TroubleTest::picturesOfAnyShapeAreExact_data()
     row("turned by 180", painted("turned180.mp4", QStringList{"-vf", "hflip,vflip"} + h264, {}, 180), {320, 180});
     row("turned by 270", painted("turned270.mp4", QStringList{"-vf", "transpose=clock"} + h264, {}, 270, {180, 320}),
         {180, 320});
-    row("interlaced", painted("interlaced.mpg", {"-c:v", "mpeg2video", "-q:v", "3", "-flags", "+ildct+ilme", "-top", "1"}),
-        {320, 180});
+    const QStringList fields = {"-c:v", "mpeg2video", "-q:v", "3", "-flags", "+ildct+ilme", "-top", "1"};
+    row("interlaced", painted("interlaced.mpg", fields), {320, 180});
 }
 
 void TroubleTest::picturesOfAnyShapeAreExact()

@@ -144,9 +144,8 @@ void SceneDialogTest::aPressAddsARow()
     m_dialog->Edit2->setText("3.33");
     clickItem(m_dialog->ListBox1, "Диалог");
     int letter = 'a';
-    for (QLineEdit *edit : {m_dialog->Edit3, m_dialog->Edit4, m_dialog->Edit5, m_dialog->Edit6, m_dialog->Edit7,
-                            m_dialog->Edit8, m_dialog->Edit9})
-        edit->setText(QChar(letter++));
+    for (const char *name : {"Edit3", "Edit4", "Edit5", "Edit6", "Edit7", "Edit8", "Edit9"})
+        m_dialog->findChild<QLineEdit *>(name)->setText(QChar(letter++));
     const QString fields = "12.34|3.33|Диалог|||a|b|c|d|e|f|g";
     press(m_dialog->BitBtn1);
     QCOMPARE(m_windows->rows(), QStringList{"1|" + fields});
@@ -222,9 +221,8 @@ void SceneDialogTest::everyModeFillsWhatItShould()
 {
     const auto edited = [this] {
         QString texts;
-        for (const QLineEdit *edit : {m_dialog->Edit1, m_dialog->Edit2, m_dialog->Edit3, m_dialog->Edit4, m_dialog->Edit5,
-                                      m_dialog->Edit6, m_dialog->Edit7, m_dialog->Edit8, m_dialog->Edit9})
-            texts += edit->text() + '|';
+        for (const char *name : {"Edit1", "Edit2", "Edit3", "Edit4", "Edit5", "Edit6", "Edit7", "Edit8", "Edit9"})
+            texts += m_dialog->findChild<QLineEdit *>(name)->text() + '|';
         return texts + m_dialog->ListBox2->chosenText();
     };
     const Scene scene{"1", "2", "Погоня", "На машинах", "Днём", "a", "b", "c", "d", "e", "f", "g"};
