@@ -4,6 +4,7 @@
 #include "platform/failing_system.h"
 #include "player/transport.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>

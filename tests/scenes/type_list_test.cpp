@@ -1,7 +1,6 @@
 #include "scenes/type_list.h"
 
 #include <QFile>
-#include <QSet>
 #include <QTest>
 
 class TypeListTest : public QObject {
