@@ -6,66 +6,33 @@
 #include <QTest>
 
 #include <cmath>
+#include <tuple>
 
 class ComputationsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void numbersAreGroupedFromTheRight();
-    void clockKeepsTheSixtiethSecond_data();
-    void clockKeepsTheSixtiethSecond();
-    void videoInformationCutsTheRate();
+    void textsForTheReader();
     void stepsStayInsideTheVideo();
-    void progressBarReachesItsEnd();
-    void trackBarsGiveTheirTables();
-    void fittingTruncates();
+    void barsReachTheirEnds();
     void marksAreTruncatedToHundredths();
-    void lengthIsMeasuredFromTheTypedStart();
     void everyPictureTimeNamesItsFrame_data();
     void everyPictureTimeNamesItsFrame();
     void picturesOffTheGridKeepTheirTime();
 };
 
-void ComputationsTest::numbersAreGroupedFromTheRight()
+void ComputationsTest::textsForTheReader()
 {
-    QCOMPARE(NiceNumberView(5), QString("5"));
     QCOMPARE(NiceNumberView(600), QString(" 600"));
-    QCOMPARE(NiceNumberView(12345), QString("12 345"));
-    QCOMPARE(NiceNumberView(123456), QString(" 123 456"));
     QCOMPARE(NiceNumberView(-12), QString(" -12"));
     QCOMPARE(NiceNumberView(INT64_MIN), QString("-9 223 372 036 854 775 808"));
-}
-
-void ComputationsTest::clockKeepsTheSixtiethSecond_data()
-{
-    QTest::addColumn<int>("seconds");
-    QTest::addColumn<QString>("text");
-    const auto row = [](int seconds, const char *text) {
-        QTest::addRow("%d", seconds) << seconds << QString(text);
-    };
-    row(0, "0:00:00 (0 sec)");
-    row(9, "0:00:09 (9 sec)");
-    row(60, "0:00:60 (60 sec)");
-    row(61, "0:01:01 (61 sec)");
-    row(75, "0:01:15 (75 sec)");
-    row(599, "0:09:59 ( 599 sec)");
-    row(600, "0:10:00 ( 600 sec)");
-    row(3600, "0:60:00 (3 600 sec)");
-    row(3601, "1:00:01 (3 601 sec)");
-    row(3660, "1:00:60 (3 660 sec)");
-    row(3725, "1:02:05 (3 725 sec)");
-    row(36000, "10:00:00 (36 000 sec)");
-}
-
-void ComputationsTest::clockKeepsTheSixtiethSecond()
-{
-    QFETCH(int, seconds);
-    QTEST(GetTimeForMovie(seconds), "text");
-}
-
-void ComputationsTest::videoInformationCutsTheRate()
-{
-    QCOMPARE(videoInformation(1280, 720, 25.0), QString("1280x720@25"));
+    // The sixtieth second and minute stay in their place.
+    for (const auto &[seconds, text] :
+         {std::pair(9, "0:00:09 (9 sec)"), std::pair(60, "0:00:60 (60 sec)"), std::pair(61, "0:01:01 (61 sec)"),
+          std::pair(600, "0:10:00 ( 600 sec)"), std::pair(3600, "0:60:00 (3 600 sec)"),
+          std::pair(3601, "1:00:01 (3 601 sec)"), std::pair(3660, "1:00:60 (3 660 sec)"),
+          std::pair(36000, "10:00:00 (36 000 sec)")})
+        QCOMPARE(GetTimeForMovie(seconds), QString(text));
     QCOMPARE(videoInformation(640, 480, 30000.0 / 1001.0), QString("640x480@29.9700"));
     QCOMPARE(videoInformation(0, 0, 25.0), QString("без изображения"));
 }
@@ -73,61 +40,36 @@ void ComputationsTest::videoInformationCutsTheRate()
 void ComputationsTest::stepsStayInsideTheVideo()
 {
     constexpr MediaTime duration = 900'000'000;
+    constexpr double ntscFrame = 1e7 / (30000.0 / 1001.0);
     QCOMPARE(steppedPosition(300'000'000, -600'000'000, duration), MediaTime(0));
-    QCOMPARE(steppedPosition(800'000'000, 600'000'000, duration), duration - 1);
     QCOMPARE(steppedPosition(899'600'000, 400'000, duration), duration - 1);
-    QCOMPARE(steppedPosition(0, 1e7 / 25.0, duration), MediaTime(400'000));
-    QCOMPARE(steppedPosition(0, 1e7 / (30000.0 / 1001.0), duration), MediaTime(333'666));
-    QCOMPARE(steppedPosition(333'667, -1e7 / (30000.0 / 1001.0), duration), MediaTime(0));
+    QCOMPARE(steppedPosition(0, ntscFrame, duration), MediaTime(333'666));
+    QCOMPARE(steppedPosition(333'667, -ntscFrame, duration), MediaTime(0));
     QCOMPARE(frameNumber(400'000, 25.0), std::int64_t(1));
     QCOMPARE(frameNumber(399'999, 25.0), std::int64_t(0));
 }
 
-void ComputationsTest::progressBarReachesItsEnd()
+void ComputationsTest::barsReachTheirEnds()
 {
-    QCOMPARE(progressBarSecond(0, 200, 90), 0);
-    QCOMPARE(progressBarSecond(199, 200, 90), 90);
     QCOMPARE(progressBarSecond(100, 200, 90), 45);
     QCOMPARE(progressBarSecond(5, 1, 90), 0);
-    QCOMPARE(progressBarSecond(5, 200, 0), 0);
-}
-
-void ComputationsTest::trackBarsGiveTheirTables()
-{
-    const QList<double> rates{0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 1,
-                              1.5, 2,   2.5, 3,   3.5, 4,   4.5, 5,   5.5, 6};
-    for (int position = -9; position <= 10; ++position)
-        QVERIFY(std::abs(trackBarRate(position) - rates[position + 9]) < 1e-12);
+    QVERIFY(std::abs(trackBarRate(-1) - 0.9) < 1e-12);
     QCOMPARE(trackBarLevel(100), std::uint16_t(65535));
-    QCOMPARE(trackBarLevel(50), std::uint16_t(32767));
-    QCOMPARE(trackBarLevel(1), std::uint16_t(655));
-    QCOMPARE(trackBarLevel(0), std::uint16_t(0));
     for (int position = 0; position <= 100; ++position)
         QCOMPARE(levelPercent(trackBarLevel(position)), position);
-}
-
-void ComputationsTest::fittingTruncates()
-{
-    QCOMPARE(fittingHeightChange(1214, 600, 1280, 720), 682 - 600);
     QCOMPARE(fittingHeightChange(1214, 600, 0, 0), 0);
-    QCOMPARE(fittingHeightChange(1000, 500, 16, 16), 500);
 }
 
 void ComputationsTest::marksAreTruncatedToHundredths()
 {
-    QCOMPARE(sceneStartText(123'456'780), QString("12.34"));
-    QCOMPARE(sceneStartText(600'000'000), QString("60"));
-    QCOMPARE(sceneStartText(120'000'000), QString("12"));
-    QCOMPARE(sceneStartText(0), QString("0"));
-    QCOMPARE(sceneStartText(36'000'000'000 + 199'999), QString("3600.01"));
-}
-
-void ComputationsTest::lengthIsMeasuredFromTheTypedStart()
-{
-    QCOMPARE(sceneLengthText("12.34", 156'780'000).value(), QString("3.33"));
-    QCOMPARE(sceneLengthText("12.34", 123'400'000).value(), QString("0"));
-    QCOMPARE(sceneLengthText("", 20'000'000).value(), QString("2"));
-    QCOMPARE(sceneLengthText(" 1.5 с", 20'000'000).value(), QString("0.5"));
+    for (const auto &[position, text] : {std::pair(123'456'780LL, "12.34"), std::pair(600'000'000LL, "60"),
+                                         std::pair(0LL, "0"), std::pair(36'000'199'999LL, "3600.01")})
+        QCOMPARE(sceneStartText(position), QString(text));
+    // A length is measured from the start as it was typed.
+    for (const auto &[start, end, text] : {std::tuple("12.34", 156'780'000, "3.33"), std::tuple("", 20'000'000, "2"),
+                                           std::tuple("12.34", 123'400'000, "0"),
+                                           std::tuple(" 1.5 с", 20'000'000, "0.5")})
+        QCOMPARE(sceneLengthText(start, end).value(), QString(text));
     QVERIFY(!sceneLengthText("12.34", 100'000'000));
     QVERIFY(!sceneLengthText("1e300", 100'000'000));
     QVERIFY(sceneLengthText("-1e300", 100'000'000));
@@ -137,10 +79,8 @@ void ComputationsTest::everyPictureTimeNamesItsFrame_data()
 {
     QTest::addColumn<double>("rate");
     QTest::addColumn<double>("timeBase");
-    QTest::newRow("25, exact") << 25.0 << 0.0;
     QTest::newRow("24000/1001, milliseconds") << 24000.0 / 1001.0 << 1e-3;
     QTest::newRow("30000/1001, 90 kHz") << 30000.0 / 1001.0 << 1.0 / 90000.0;
-    QTest::newRow("60000/1001, milliseconds") << 60000.0 / 1001.0 << 1e-3;
     QTest::newRow("60000/1001, exact") << 60000.0 / 1001.0 << 0.0;
     QTest::newRow("23.976 as a nanosecond duration") << 1e9 / 41708333.0 << 1e-3;
 }
@@ -157,8 +97,7 @@ void ComputationsTest::everyPictureTimeNamesItsFrame()
             seconds = std::round(seconds / timeBase) * timeBase;
         const MediaTime time = pictureMediaTime(seconds, reported);
         QVERIFY(time > previous);
-        if (frameNumber(time, reported) != frame)
-            QCOMPARE(frameNumber(time, reported), frame);
+        QVERIFY(frameNumber(time, reported) == frame);
         previous = time;
     }
 }

@@ -4,9 +4,11 @@
 
 namespace {
 
-class Control final : public MediaControl {
+/// Every part of the graph but its builder.
+class Part final : public MediaControl, public MediaSeeking, public BasicVideo, public VideoWindow {
 public:
-    explicit Control(FakeGraphSystem &system) : m_system(system) {}
+    explicit Part(FakeGraphSystem &system) : m_system(system) {}
+
     Status run() override
     {
         m_system.running = true;
@@ -19,13 +21,6 @@ public:
     }
     Status stop() override { return m_system.step("stop"); }
 
-private:
-    FakeGraphSystem &m_system;
-};
-
-class Seeking final : public MediaSeeking {
-public:
-    explicit Seeking(FakeGraphSystem &system) : m_system(system) {}
     Status setPositions(MediaTime current, SeekTo) override
     {
         m_system.position = std::clamp<MediaTime>(current, 0, m_system.duration);
@@ -43,24 +38,10 @@ public:
     }
     double rate() override { return m_system.rate; }
 
-private:
-    FakeGraphSystem &m_system;
-};
-
-class Picture final : public BasicVideo {
-public:
-    explicit Picture(FakeGraphSystem &system) : m_system(system) {}
     std::int32_t sourceWidth() override { return m_system.width; }
     std::int32_t sourceHeight() override { return m_system.height; }
     double averageTimePerFrame() override { return m_system.frameSeconds; }
 
-private:
-    FakeGraphSystem &m_system;
-};
-
-class Window final : public VideoWindow {
-public:
-    explicit Window(FakeGraphSystem &system) : m_system(system) {}
     Status setOwner(QWidget *) override { return m_system.step("owner"); }
     Status setWindowStyle(std::uint32_t) override { return m_system.step("style"); }
     Status setWindowPosition(int, int, int, int) override { return m_system.step("place"); }
@@ -79,10 +60,10 @@ public:
     }
     ~Builder() override { --m_system.graphsAlive; }
 
-    Queried<MediaControl> queryControl() override { return answer<MediaControl, Control>("control"); }
-    Queried<BasicVideo> queryBasicVideo() override { return answer<BasicVideo, Picture>("picture"); }
-    Queried<MediaSeeking> querySeeking() override { return answer<MediaSeeking, Seeking>("seeking"); }
-    Queried<VideoWindow> queryVideoWindow() override { return answer<VideoWindow, Window>("window"); }
+    Queried<MediaControl> queryControl() override { return answer<MediaControl>("control"); }
+    Queried<BasicVideo> queryBasicVideo() override { return answer<BasicVideo>("picture"); }
+    Queried<MediaSeeking> querySeeking() override { return answer<MediaSeeking>("seeking"); }
+    Queried<VideoWindow> queryVideoWindow() override { return answer<VideoWindow>("window"); }
     Queried<MediaEvent> queryEvent() override
     {
         const Status status = m_system.step("event");
@@ -95,11 +76,11 @@ public:
     }
 
 private:
-    template <typename Interface, typename Role>
+    template <typename Interface>
     Queried<Interface> answer(const QString &name)
     {
         const Status status = m_system.step(name);
-        return {status, failed(status) ? nullptr : std::make_unique<Role>(m_system)};
+        return {status, failed(status) ? nullptr : std::make_unique<Part>(m_system)};
     }
 
     FakeGraphSystem &m_system;

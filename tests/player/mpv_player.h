@@ -1,13 +1,14 @@
 #pragma once
 
+#include "quiet_display.h"
+
 #include "player/mpv/mpv_graph.h"
-#include "player/playback_engine.h"
 
 #include <QWidget>
 
 /// The engine on libmpv in a panel of its own, as the main window uses it, without the main window. Sound goes
 /// nowhere unless a sound server is there.
-class MpvPlayer final : public PlayerDisplay {
+class MpvPlayer final : public QuietDisplay {
 public:
     /// Draws in software unless another way is given.
     explicit MpvPlayer(std::unique_ptr<VideoSurface> (*makeSurface)(QWidget *) = createSoftwareSurface);
@@ -33,11 +34,6 @@ public:
 
     void showMessage(const QString &text) override { messages << text; }
     QWidget *videoPanel() override { return &m_panel; }
-    void resetSpeedBar() override {}
-    void showOpenedVideo(const QString &) override {}
-    void showPlaying(bool) override {}
-    void applyVolume() override {}
-    void restartFitting() override {}
 
 private:
     QWidget m_panel;

@@ -1,8 +1,10 @@
 #include "mpv_player.h"
 
 #include "films/film_maker.h"
+#include "platform/failing_system.h"
 #include "player/transport.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -11,9 +13,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <array>
-
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,14 +43,18 @@ void encode(const QStringList &arguments)
 /// An entry of this process's /proc folder, such as "fd": how many names it holds.
 qsizetype entriesOf(const char *folder)
 {
-    return QDir(QString("/proc/self/") + folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
+    return QDir(QString("/proc/self/") + folder).entryList(QDir::AllEntries | QDir::System).size();
 }
 
-qint64 residentKilobytes()
+qint64 residentBytes()
 {
-    const QByteArray status = contents("/proc/self/status");
-    const auto start = status.indexOf("VmRSS:") + 6;
-    return status.mid(start, status.indexOf("kB", start) - start).trimmed().toLongLong();
+    return contents("/proc/self/statm").split(' ').at(1).toLongLong() * ::getpagesize();
+}
+
+/// Within the fifth of a second by which containers and sound miss a length.
+bool isNear(MediaTime time, MediaTime wanted)
+{
+    return qAbs(time - wanted) < unitsPerSecond / 5;
 }
 
 } // namespace
@@ -61,8 +64,8 @@ class TroubleTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
-    void cleanup();
+    void init() { m_player = std::make_unique<MpvPlayer>(); }
+    void cleanup() { m_player.reset(); }
     void whatIsNoFilmIsRefused_data();
     void whatIsNoFilmIsRefused();
     void aFileWithoutReadPermissionIsRefused();
@@ -95,6 +98,16 @@ private:
     QString painted(const QString &name, const QStringList &video, const QStringList &audio = {}, int rotation = 0,
                     QSize size = {320, 180});
     void refuse(const QString &path);
+    /// Opens what can be played, paused on its first picture.
+    void open(const QString &path);
+    /// To a painted film's picture, which has to be there then.
+    void seekToPicture(int number);
+    /// The picture of this number is there, and the frame counter names it.
+    void compareShown(int number);
+    /// Pauses, until the picture stands.
+    void pause();
+    /// The plain film's pictures with a tone of this length; the pictures may start later than it.
+    QString withTone(const QString &name, const char *toneSeconds, const char *picturesStart = "0");
 
     QTemporaryDir m_folder;
     QString m_film;
@@ -130,14 +143,31 @@ void TroubleTest::initTestCase()
     m_film = painted("plain.mp4", h264, aac);
 }
 
-void TroubleTest::init()
+void TroubleTest::open(const QString &path)
 {
-    m_player = std::make_unique<MpvPlayer>();
+    m_player->openPaused(path);
+    QCOMPARE(m_player->messages, QStringList());
+    QVERIFY(OPENED);
 }
 
-void TroubleTest::cleanup()
+void TroubleTest::seekToPicture(int number)
 {
-    m_player.reset();
+    m_player->seekTo(number * unitsPerSecond / 25);
+    compareShown(number);
+}
+
+void TroubleTest::compareShown(int number)
+{
+    QCOMPARE(m_player->shownNumber(), number);
+    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+}
+
+void TroubleTest::pause()
+{
+    Pause();
+    QVERIFY(m_player->settle());
+    // A picture that was handed over already is still drawn.
+    runEvents(150);
 }
 
 void TroubleTest::refuse(const QString &path)
@@ -187,78 +217,58 @@ void TroubleTest::aFileWithoutReadPermissionIsRefused()
     const QString path = at("secret.mp4");
     QVERIFY(QFile::copy(m_film, path));
     QVERIFY(::chmod(QFile::encodeName(path).constData(), 0) == 0);
-    // Root reads everything: become somebody else for all of this process's threads to come.
-    constexpr uid_t nobody = 65534;
-    const bool isRoot = ::geteuid() == 0;
-    if (isRoot)
-        QVERIFY(::seteuid(nobody) == 0);
+    const AsOrdinaryUser user;
     Open(path);
-    const bool opened = OPENED;
-    if (isRoot)
-        QVERIFY(::seteuid(0) == 0);
-    QVERIFY(!opened);
+    QVERIFY(!OPENED);
     QCOMPARE(m_player->messages, QStringList("Failed open file"));
 }
 
 void TroubleTest::listsOpenNothing_data()
 {
-    QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("text");
+    const auto row = [](const char *name, const QByteArray &text) { QTest::newRow(name) << text; };
     // FILM stands for a film beside the list, URL for an address that somebody watches.
-    QTest::newRow("m3u") << "list.m3u" << QByteArray("#EXTM3U\n#EXTINF:2,x\nFILM\nURL/a.mp4\n");
-    QTest::newRow("m3u, the address first") << "list2.m3u" << QByteArray("#EXTM3U\nURL/a.mp4\nFILM\n");
-    QTest::newRow("hls") << "list.m3u8"
-                         << QByteArray("#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n#EXTINF:2.0,\nURL/a.ts\n"
-                                       "#EXTINF:2.0,\nFILM\n#EXT-X-ENDLIST\n");
-    QTest::newRow("hls master") << "master.m3u8"
-                                << QByteArray("#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1280000\nURL/low.m3u8\n");
-    QTest::newRow("hls named as a film") << "hls.mp4"
-                                         << QByteArray("#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n"
-                                                       "#EXTINF:2.0,\nFILM\n#EXT-X-ENDLIST\n");
-    QTest::newRow("pls") << "list.pls"
-                         << QByteArray("[playlist]\nFile1=FILM\nFile2=URL/a.mp4\nNumberOfEntries=2\nVersion=2\n");
-    QTest::newRow("cue") << "list.cue"
-                         << QByteArray("FILE \"FILM\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
-    QTest::newRow("edl") << "list.edl" << QByteArray("# mpv EDL v0\nFILM,0,1\n");
-    QTest::newRow("edl, address") << "list2.edl" << QByteArray("# mpv EDL v0\nURL/a.mp4,0,1\n");
-    QTest::newRow("concatenation") << "list.ffconcat" << QByteArray("ffconcat version 1.0\nfile FILM\n");
-    QTest::newRow("session description") << "list.sdp"
-                                         << QByteArray("v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
-                                                       "m=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
-    QTest::newRow("dash") << "list.mpd"
-                          << QByteArray("<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" "
-                                        "type=\"static\" mediaPresentationDuration=\"PT2S\">\n<Period><AdaptationSet "
-                                        "mimeType=\"video/mp4\"><Representation id=\"1\" bandwidth=\"1000\">"
-                                        "<BaseURL>URL/a.mp4</BaseURL></Representation></AdaptationSet></Period></MPD>\n");
-    QTest::newRow("reference") << "list.mov" << QByteArray("[Reference]\r\nRef1=URL/a.mov\r\n");
-    QTest::newRow("asx") << "list.asx"
-                         << QByteArray("<ASX VERSION=\"3.0\"><ENTRY><REF HREF=\"URL/a.wmv\"/></ENTRY></ASX>");
-    QTest::newRow("plain addresses") << "list.txt" << QByteArray("URL/a.mp4\nFILM\n");
+    row("list.m3u", "#EXTM3U\n#EXTINF:2,x\nFILM\nURL/a.mp4\n");
+    row("address.m3u", "#EXTM3U\nURL/a.mp4\nFILM\n");
+    const QByteArray hls = "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:2\n#EXTINF:2.0,\n";
+    row("list.m3u8", hls + "URL/a.ts\n#EXTINF:2.0,\nFILM\n#EXT-X-ENDLIST\n");
+    row("master.m3u8", "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1280000\nURL/low.m3u8\n");
+    row("hls.mp4", hls + "FILM\n#EXT-X-ENDLIST\n");
+    row("list.pls", "[playlist]\nFile1=FILM\nFile2=URL/a.mp4\nNumberOfEntries=2\nVersion=2\n");
+    row("list.cue", "FILE \"beside.mp4\" WAVE\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
+    row("list.edl", "# mpv EDL v0\nFILM,0,1\n");
+    row("address.edl", "# mpv EDL v0\nURL/a.mp4,0,1\n");
+    row("list.ffconcat", "ffconcat version 1.0\nfile beside.mp4\n");
+    row("list.sdp", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 96\n"
+                    "a=rtpmap:96 H264/90000\n");
+    row("list.mpd", "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
+                    "mediaPresentationDuration=\"PT2S\">\n<Period><AdaptationSet mimeType=\"video/mp4\">"
+                    "<Representation id=\"1\" bandwidth=\"1000\"><BaseURL>URL/a.mp4</BaseURL></Representation>"
+                    "</AdaptationSet></Period></MPD>\n");
+    row("list.mov", "[Reference]\r\nRef1=URL/a.mov\r\n");
+    row("list.asx", "<ASX VERSION=\"3.0\"><ENTRY><REF HREF=\"URL/a.wmv\"/></ENTRY></ASX>");
+    row("list.txt", "URL/a.mp4\nFILM\n");
 }
 
 void TroubleTest::listsOpenNothing()
 {
-    QFETCH(QString, name);
     QFETCH(QByteArray, text);
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost));
-    const QString beside = at("beside.mp4");
-    if (!QFile::exists(beside))
-        QVERIFY(QFile::copy(m_film, beside));
+    const QString beside = write("beside.mp4", contents(m_film));
     text.replace("URL", "http://127.0.0.1:" + QByteArray::number(server.serverPort()));
-    text.replace("FILM", name.endsWith(".ffconcat") || name.endsWith(".cue") ? "beside.mp4" : beside.toUtf8());
+    text.replace("FILM", beside.toUtf8());
 
     // Reading the neighbour would show in the time of its last access.
-    const auto nanoseconds = [](const timespec &time) { return time.tv_sec * 1'000'000'000LL + time.tv_nsec; };
-    const QByteArray besideName = QFile::encodeName(beside);
-    const std::array<timespec, 2> longAgo{timespec{1000, 0}, timespec{1000, 0}};
-    QVERIFY(::utimensat(AT_FDCWD, besideName.constData(), longAgo.data(), 0) == 0);
-    refuse(write(name, text));
+    const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1000);
+    QFile neighbour(beside);
+    QVERIFY(neighbour.open(QIODevice::ReadWrite) && neighbour.setFileTime(longAgo, QFileDevice::FileAccessTime)
+            && neighbour.setFileTime(longAgo, QFileDevice::FileModificationTime));
+    neighbour.close();
+    refuse(write(QTest::currentDataTag(), text));
     runEvents(20);
     QVERIFY2(!server.hasPendingConnections() && !server.waitForNewConnection(100), "the network was asked");
-    struct stat seen {};
-    QVERIFY(::stat(besideName.constData(), &seen) == 0);
-    QCOMPARE(nanoseconds(seen.st_atim), nanoseconds(longAgo[0]));
+    QCOMPARE(QFileInfo(beside).lastRead(), longAgo);
 }
 
 void TroubleTest::anyFileNameOpens_data()
@@ -280,51 +290,40 @@ void TroubleTest::anyFileNameOpens()
     const QString path = at("names/" + name);
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QVERIFY(QFile::copy(m_film, path));
-    m_player->openPaused(path);
-    QCOMPARE(m_player->messages, QStringList());
-    QVERIFY(OPENED);
+    open(path);
     QCOMPARE(m_player->shownNumber(), 0);
     // Named from the folder it lies in, too.
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(at("names")));
-    m_player->openPaused(name);
+    open(name);
     QVERIFY(QDir::setCurrent(before));
-    QCOMPARE(m_player->messages, QStringList());
     QCOMPARE(m_player->shownNumber(), 0);
     QVERIFY(QFile::remove(path));
 }
 
 void TroubleTest::damagedFilmsPlay_data()
 {
-    QTest::addColumn<QString>("suffix");
-    QTest::addColumn<bool>("cut");
-    for (const char *suffix : {"mp4", "avi", "ts", "mkv", "mpg"}) {
-        QTest::addRow("%s cut off", suffix) << suffix << true;
-        QTest::addRow("%s damaged", suffix) << suffix << false;
+    QTest::addColumn<QString>("path");
+    const QStringList mp2{"-c:a", "mp2"};
+    const QStringList mpeg2{"-c:v", "mpeg2video", "-g", "12"};
+    const QStringList mpeg4{"-c:v", "mpeg4", "-g", "25"};
+    for (const auto &[suffix, video, audio] :
+         {std::tuple("mp4", h264, aac + QStringList{"-movflags", "+faststart"}), std::tuple("avi", mpeg4, mp2),
+          std::tuple("ts", mpeg2, mp2), std::tuple("mkv", h264, aac + QStringList{"-cluster_time_limit", "200"}),
+          std::tuple("mpg", mpeg2, mp2)}) {
+        QByteArray bytes = contents(painted(QString("whole.") + suffix, video, audio));
+        const QByteArray cut = bytes.left(bytes.size() * 6 / 10);
+        QTest::addRow("%s cut off", suffix) << write(QString("cut.") + suffix, cut);
+        bytes.replace(bytes.size() / 2, bytes.size() / 20, QByteArray(bytes.size() / 20, '\x5a'));
+        QTest::addRow("%s damaged", suffix) << write(QString("damaged.") + suffix, bytes);
     }
 }
 
 void TroubleTest::damagedFilmsPlay()
 {
-    QFETCH(QString, suffix);
-    QFETCH(bool, cut);
-    const QStringList container = suffix == "mp4" ? QStringList{"-movflags", "+faststart"}
-                                : suffix == "mkv" ? QStringList{"-cluster_time_limit", "200"}
-                                                  : QStringList();
-    const QStringList video = suffix == "mpg" || suffix == "ts" ? QStringList{"-c:v", "mpeg2video", "-g", "12"}
-                            : suffix == "avi"                   ? QStringList{"-c:v", "mpeg4", "-g", "25"}
-                                                                : h264;
-    const QStringList audio = suffix == "mp4" || suffix == "mkv" ? aac : QStringList{"-c:a", "mp2"};
-    QByteArray bytes = contents(painted("whole." + suffix, video, audio + container));
-    if (cut)
-        bytes.truncate(bytes.size() * 6 / 10);
-    else
-        bytes.replace(bytes.size() / 2, bytes.size() / 20, QByteArray(bytes.size() / 20, '\x5a'));
-    m_player->openPaused(write("damaged." + suffix, bytes));
-    QCOMPARE(m_player->messages, QStringList());
-    QVERIFY(OPENED);
+    QFETCH(QString, path);
+    open(path);
     QCOMPARE(m_player->shownNumber(), 0);
-
     // Over the damage, in steps and at once; back before it everything is right again.
     m_player->seekTo(Duration / 3);
     for (int step = 0; step < 15; ++step)
@@ -332,16 +331,14 @@ void TroubleTest::damagedFilmsPlay()
     m_player->seekTo(Duration - 1);
     m_player->stepForward();
     m_player->stepBack();
-    m_player->seekTo(8 * unitsPerSecond / 25);
-    QCOMPARE(m_player->shownNumber(), 8);
+    seekToPicture(8);
     m_player->stepForward();
     QCOMPARE(m_player->shownNumber(), 9);
     Play();
     SetRate(4.0);
     QTRY_VERIFY(GetPosition() > 2 * Duration / 5);
     QVERIFY(OPENED && !PAUSED);
-    Pause();
-    QVERIFY(m_player->settle());
+    pause();
     QVERIFY(GetPosition() <= Duration);
 }
 
@@ -355,7 +352,8 @@ void TroubleTest::picturesOfAnyShapeAreExact_data()
     row("odd, H.264", painted("odd.mp4", h264Full, {}, 0, odd), odd);
     row("odd, FFV1", painted("odd.mkv", {"-c:v", "ffv1"}, {}, 0, odd), odd);
     row("odd, MJPEG", painted("odd.avi", {"-c:v", "mjpeg", "-q:v", "3"}, {}, 0, odd), odd);
-    row("odd, VP9", painted("odd.webm", {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"}, {}, 0, odd), odd);
+    const QStringList vp9 = {"-c:v", "libvpx-vp9", "-cpu-used", "8", "-deadline", "realtime"};
+    row("odd, VP9", painted("odd.webm", vp9, {}, 0, odd), odd);
     row("portrait", painted("portrait.mp4", h264, {}, 0, {180, 320}), {180, 320});
     // Squeezed to half its width, and shown wide again.
     row("anamorphic", painted("anamorphic.mp4", QStringList{"-vf", "scale=160:180,setsar=2"} + h264), {320, 180});
@@ -364,26 +362,23 @@ void TroubleTest::picturesOfAnyShapeAreExact_data()
     row("turned by 180", painted("turned180.mp4", QStringList{"-vf", "hflip,vflip"} + h264, {}, 180), {320, 180});
     row("turned by 270", painted("turned270.mp4", QStringList{"-vf", "transpose=clock"} + h264, {}, 270, {180, 320}),
         {180, 320});
-    row("interlaced", painted("interlaced.mpg", {"-c:v", "mpeg2video", "-q:v", "3", "-flags", "+ildct+ilme", "-top", "1"}),
-        {320, 180});
+    const QStringList fields = {"-c:v", "mpeg2video", "-q:v", "3", "-flags", "+ildct+ilme", "-top", "1"};
+    row("interlaced", painted("interlaced.mpg", fields), {320, 180});
 }
 
 void TroubleTest::picturesOfAnyShapeAreExact()
 {
     QFETCH(QString, path);
     QFETCH(QSize, shown);
-    m_player->openPaused(path);
-    QCOMPARE(m_player->messages, QStringList());
+    open(path);
     QCOMPARE(QSize(srcWidth, srcHeight), shown);
     for (int number = 0; number < 6; ++number) {
-        QCOMPARE(m_player->shownNumber(), number);
+        compareShown(number);
         m_player->stepForward();
     }
     m_player->stepBack();
-    QCOMPARE(m_player->shownNumber(), 5);
-    m_player->seekTo(33 * unitsPerSecond / 25);
-    QCOMPARE(m_player->shownNumber(), 33);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(33));
+    compareShown(5);
+    seekToPicture(33);
 }
 
 void TroubleTest::picturesOfAnySizeOpen_data()
@@ -403,12 +398,10 @@ void TroubleTest::picturesOfAnySizeOpen()
     QFETCH(QStringList, video);
     const QString path = at("size_" + size + ".mkv");
     encode(QStringList{"-f", "lavfi", "-i", "color=c=red:r=25:d=0.2:s=" + size} + video + QStringList{path});
-    m_player->openPaused(path);
-    QCOMPARE(m_player->messages, QStringList());
+    open(path);
     QCOMPARE(QString("%1x%2").arg(srcWidth).arg(srcHeight), size);
     for (int step = 0; step < 3; ++step)
         m_player->stepForward();
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(3));
     m_player->stepBack();
     QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(2));
     // The smallest panel that a window can leave it.
@@ -428,15 +421,15 @@ void TroubleTest::aSoundFilePlays()
     QVERIFY(OPENED);
     QCOMPARE(QSize(srcWidth, srcHeight), QSize(0, 0));
     QCOMPARE(fps, 25.0);
-    QVERIFY(qAbs(Duration - 4 * unitsPerSecond) < unitsPerSecond / 5);
+    QVERIFY(isNear(Duration, 4 * unitsPerSecond));
     QTRY_VERIFY(GetPosition() > unitsPerSecond / 4);
     Pause();
     const MediaTime there = GetPosition();
     runEvents(100);
     QCOMPARE(GetPosition(), there);
     m_player->seekTo(2 * unitsPerSecond);
-    QVERIFY(qAbs(GetPosition() - 2 * unitsPerSecond) < unitsPerSecond / 10);
     const MediaTime before = GetPosition();
+    QVERIFY(isNear(before, 2 * unitsPerSecond));
     m_player->stepForward();
     QVERIFY(qAbs(GetPosition() - before - unitsPerSecond / 25) < unitsPerSecond / 50);
     m_player->stepBack();
@@ -445,48 +438,43 @@ void TroubleTest::aSoundFilePlays()
     QTRY_VERIFY(GetPosition() > before + unitsPerSecond / 4);
 }
 
+QString TroubleTest::withTone(const QString &name, const char *toneSeconds, const char *picturesStart)
+{
+    encode({"-itsoffset", picturesStart, "-i", m_film, "-f", "lavfi", "-i", QString("sine=d=") + toneSeconds, "-map",
+            "0:v", "-map", "1:a", "-c:v", "copy", "-c:a", "aac", at(name)});
+    return at(name);
+}
+
 void TroubleTest::soundThatOutlastsThePictures()
 {
-    const QString path = at("long_sound.mp4");
-    encode({"-i", m_film, "-f", "lavfi", "-i", "sine=d=6", "-map", "0:v", "-map", "1:a", "-c:v", "copy", "-c:a", "aac",
-            path});
-    m_player->openPaused(path);
-    QVERIFY(qAbs(Duration - 6 * unitsPerSecond) < unitsPerSecond / 5);
+    open(withTone("long_sound.mp4", "6"));
+    QVERIFY(isNear(Duration, 6 * unitsPerSecond));
     m_player->seekTo(1 * unitsPerSecond);
     Play();
     SetRate(3.0);
     // While the sound plays on, the clock does.
     QTRY_VERIFY(GetPosition() > 4 * unitsPerSecond);
-    Pause();
-    QVERIFY(m_player->settle());
-    QCOMPARE(m_player->shownNumber(), 49);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+    pause();
+    compareShown(49);
     m_player->seekTo(5 * unitsPerSecond);
     QCOMPARE(m_player->shownNumber(), 49);
     m_player->stepBack();
     QCOMPARE(m_player->shownNumber(), 48);
     m_player->stepForward();
     m_player->stepForward();
-    QCOMPARE(m_player->shownNumber(), 49);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+    compareShown(49);
 }
 
 void TroubleTest::picturesThatOutlastTheSound()
 {
-    const QString path = at("short_sound.mp4");
-    encode({"-i", m_film, "-f", "lavfi", "-i", "sine=d=0.5", "-map", "0:v", "-map", "1:a", "-c:v", "copy", "-c:a", "aac",
-            path});
-    m_player->openPaused(path);
-    QVERIFY(qAbs(Duration - 2 * unitsPerSecond) < unitsPerSecond / 5);
+    open(withTone("short_sound.mp4", "0.5"));
+    QVERIFY(isNear(Duration, 2 * unitsPerSecond));
     Play();
     QTRY_VERIFY(GetPosition() > unitsPerSecond);
-    Pause();
-    QVERIFY(m_player->settle());
-    // A picture that was handed over already is still drawn.
-    runEvents(150);
+    pause();
     const int shown = m_player->shownNumber();
     QVERIFY(shown >= 20);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(shown));
+    compareShown(shown);
     m_player->stepForward();
     QCOMPARE(m_player->shownNumber(), shown + 1);
     Play();
@@ -497,37 +485,24 @@ void TroubleTest::picturesThatOutlastTheSound()
 
 void TroubleTest::picturesThatStartAfterTheSound()
 {
-    const QString path = at("late_pictures.mkv");
-    encode({"-itsoffset", "1", "-i", m_film, "-f", "lavfi", "-i", "sine=d=4", "-map", "0:v", "-map", "1:a", "-c:v", "copy",
-            "-c:a", "aac", path});
-    m_player->openPaused(path);
-    QVERIFY(OPENED);
-    QCOMPARE(m_player->shownNumber(), 0);
+    open(withTone("late_pictures.mkv", "4", "1"));
+    compareShown(0);
     QCOMPARE(GetPosition(), MediaTime(0));
     m_player->stepForward();
-    QCOMPARE(m_player->shownNumber(), 1);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(1));
-    m_player->seekTo(30 * unitsPerSecond / 25);
-    QCOMPARE(m_player->shownNumber(), 30);
-    m_player->seekTo(0);
-    QCOMPARE(m_player->shownNumber(), 0);
+    compareShown(1);
+    seekToPicture(30);
+    seekToPicture(0);
     Play();
     QTRY_VERIFY(m_player->shownNumber() > 5);
-    Pause();
-    QVERIFY(m_player->settle());
-    // A picture that was handed over already is still drawn.
-    runEvents(150);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(m_player->shownNumber()));
+    pause();
+    compareShown(m_player->shownNumber());
 }
 
 void TroubleTest::aStillPicture()
 {
     for (const char *name : {"still%03d.png", "photo.jpg"}) {
-        const QString path = at(name);
-        encode({"-i", m_film, "-frames:v", "1", "-update", "1", path});
-        m_player->openPaused(path);
-        QCOMPARE(m_player->messages, QStringList());
-        QVERIFY(OPENED);
+        encode({"-i", m_film, "-frames:v", "1", "-update", "1", at(name)});
+        open(at(name));
         QCOMPARE(QSize(srcWidth, srcHeight), QSize(320, 180));
         QTRY_COMPARE(m_player->shownNumber(), 0);
         m_player->stepForward();
@@ -539,8 +514,7 @@ void TroubleTest::aStillPicture()
         runEvents(200);
         QVERIFY(OPENED && !PAUSED);
         QCOMPARE(m_player->shownNumber(), 0);
-        Pause();
-        QVERIFY(m_player->settle());
+        pause();
     }
 }
 
@@ -553,33 +527,29 @@ void TroubleTest::aStreamWithoutADurationIsSteppedThrough()
     runEvents(100);
     int number = m_player->shownNumber();
     QVERIFY(number >= 0 && number < 25);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
-    while (number < 49) {
+    compareShown(number);
+    while (number < 49 && !QTest::currentTestFailed()) {
         m_player->stepForward();
-        QCOMPARE(m_player->shownNumber(), ++number);
-        QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+        compareShown(++number);
         if (number == 40) {
             // Nothing else moves it: there are no times to go to.
             m_player->stepBack();
             m_player->seekTo(steppedPosition(GetPosition(), unitsPerSecond, Duration));
             m_player->seekTo(0);
-            QCOMPARE(m_player->shownNumber(), number);
+            compareShown(number);
         }
     }
     m_player->stepForward();
-    QCOMPARE(m_player->shownNumber(), 49);
-    QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(49));
+    compareShown(49);
 }
 
 void TroubleTest::aStreamWithAGuessedDurationIsSteppedThrough()
 {
-    m_player->openPaused(painted("raw.m2v", {"-c:v", "mpeg2video", "-g", "12"}));
-    QCOMPARE(m_player->shownNumber(), 0);
-    for (int number = 1; number <= 49; ++number) {
-        m_player->stepForward();
+    open(painted("raw.m2v", {"-c:v", "mpeg2video", "-g", "12"}));
+    for (int number = 0; number < 50; ++number) {
         QCOMPARE(m_player->shownNumber(), number);
+        m_player->stepForward();
     }
-    m_player->stepForward();
     QCOMPARE(m_player->shownNumber(), 49);
     m_player->stepBack();
     QCOMPARE(m_player->shownNumber(), 48);
@@ -595,33 +565,28 @@ void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked_data()
 void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked()
 {
     QFETCH(bool, playing);
-    m_player->openPaused(makeFilm(standardFilm("h264_25.mp4")));
+    open(makeFilm(standardFilm("h264_25.mp4")));
     if (playing)
         Play();
     constexpr int keyRepeatMilliseconds = 33;
-    const auto hammer = [](int times) {
-        for (int command = 0; command < times; ++command) {
-            switch (command % 5) {
-            case 0:
-                SetPosition(steppedPosition(GetPosition(), 5.0 * unitsPerSecond, Duration));
-                break;
-            case 1:
-                SetPosition(steppedPosition(GetPosition(), -3.0 * unitsPerSecond, Duration));
-                break;
-            case 2:
-                SetRate(command % 2 == 0 ? 6.0 : 0.1);
-                break;
-            default:
-                SetPosition(steppedPosition(GetPosition(), unitsPerSecond / fps, Duration), SeekTo::NextPicture);
-                break;
-            }
+    const auto step = [](double offset, SeekTo picture = SeekTo::Time) {
+        SetPosition(steppedPosition(GetPosition(), offset, Duration), picture);
+        runEvents(keyRepeatMilliseconds);
+    };
+    const auto hammer = [&step](int times) {
+        for (int round = 0; round < times; ++round) {
+            step(5.0 * unitsPerSecond);
+            step(-3.0 * unitsPerSecond);
+            SetRate(round % 2 == 0 ? 6.0 : 0.1);
             runEvents(keyRepeatMilliseconds);
+            step(unitsPerSecond / fps, SeekTo::NextPicture);
+            step(unitsPerSecond / fps, SeekTo::NextPicture);
         }
     };
-    hammer(45);
-    const qint64 before = residentKilobytes();
-    hammer(90);
-    QVERIFY2(residentKilobytes() - before < 30'000, "memory grows with every command");
+    hammer(9);
+    const qint64 before = residentBytes();
+    hammer(18);
+    QVERIFY2(residentBytes() - before < 30'000'000, "memory grows with every command");
     SetRate(1.0);
     QCOMPARE(PAUSED, !playing);
     const MediaTime asked = 7 * unitsPerSecond;
@@ -631,8 +596,7 @@ void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked()
     if (playing) {
         QVERIFY(GetPosition() - asked < unitsPerSecond);
         QTRY_VERIFY(GetPosition() > asked + unitsPerSecond / 4);
-        Pause();
-        QVERIFY(m_player->settle());
+        pause();
     } else {
         QCOMPARE(m_player->shownNumber(), 7 * 25);
     }
@@ -643,8 +607,9 @@ void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked()
         else
             Pause();
         if (command % 3 == 0)
-            SetPosition(steppedPosition(GetPosition(), -1.0 * unitsPerSecond / fps, Duration), SeekTo::PreviousPicture);
-        runEvents(keyRepeatMilliseconds / 2);
+            step(-1.0 * unitsPerSecond / fps, SeekTo::PreviousPicture);
+        else
+            runEvents(keyRepeatMilliseconds / 2);
     }
     QVERIFY(PAUSED);
     QVERIFY(m_player->settle());
@@ -652,8 +617,7 @@ void TroubleTest::hammeredCommandsEndWhereTheLastOneAsked()
     const int shown = m_player->shownNumber();
     runEvents(150);
     QCOMPARE(GetPosition(), stands);
-    QCOMPARE(m_player->shownNumber(), shown);
-    QCOMPARE(frameNumber(stands, fps), std::int64_t(shown));
+    compareShown(shown);
 }
 
 void TroubleTest::openingAgainAndAgainLeaksNothing()

@@ -2,7 +2,6 @@
 
 #include "failing_system.h"
 #include "scenes/window_placement.h"
-#include "util/user_error.h"
 
 #include <QAction>
 #include <QApplication>
@@ -14,54 +13,28 @@
 
 #include <sys/stat.h>
 
-namespace {
-
-Scene sceneAtPosition(const QString &position)
-{
-    Scene scene;
-    scene.position = position;
-    return scene;
-}
-
-QString refusalOf(const std::function<void()> &command)
-{
-    try {
-        command();
-    } catch (const UserError &error) {
-        return error.text();
-    }
-    return {};
-}
-
-} // namespace
-
 class SceneListWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
     void cleanup() { m_windows.reset(); }
-    void theWindowIsLaidOut();
     void aClickOpensTheRowAndADoubleClickSeeks();
-    void theDialogStaysOutOfTheDoubleClicksWay_data();
     void theDialogStaysOutOfTheDoubleClicksWay();
     void theDialogComesUpBesideTheClick();
-    void withoutAVideoADoubleClickSeeksNothing();
-    void draggingSelectsAndOpensNothing();
-    void arrowsMoveAndEnterOpens();
+    void keysMoveAndDraggingSelects();
     void numbersStayInPlaceAndActAsTheirRows();
     void theCurrentRowFollowsTheRowCount();
-    void aRowJustAddedIsShownWhole();
     void menuCommandsChangeTheList();
     void theContextMenuFitsThePlace();
     void theListIsSavedBesideTheVideoAndReadBack();
-    void withoutAVideoNothingIsSaved();
-    void unreadableFilesLeaveTheList_data();
-    void unreadableFilesLeaveTheList();
-    void failedSavesLeaveFileAndList();
+    void whatFailsLeavesFileAndList();
     void bulkChangesAreOneChange();
 
 private:
+    /// Adds rows with these positions and shows the window.
+    void addRows(const QStringList &positions);
+
     std::unique_ptr<SceneWindows> m_windows;
     TStringGrid *m_grid = nullptr;
 };
@@ -72,32 +45,20 @@ void SceneListWindowTest::init()
     m_grid = m_windows->grid;
 }
 
-void SceneListWindowTest::theWindowIsLaidOut()
+void SceneListWindowTest::addRows(const QStringList &positions)
 {
-    TForm3 *list = m_windows->list.get();
-    list->show();
-    QCOMPARE(list->windowTitle(), QString("Список сцен"));
-    QCOMPARE(list->size(), QSize(991, 375));
-    QCOMPARE(m_grid->geometry().topLeft(), QPoint(3, 3));
-    QCOMPARE(m_grid->width(), 985);
-    const QStringList headers{"№",         "Начало", "Период", "Тип сцены",   "Тип сцены", "Тип сцены", "Название",
-                              "Персонажи", "Место",  "Время",  "Комментарий", "Широта",    "Долгота"};
-    const QList<int> widths{40, 60, 60, 100, 100, 100, 150, 150, 150, 150, 150, 80, 80};
-    for (int column = 0; column < sceneColumnCount; ++column) {
-        QCOMPARE(m_grid->cell(column, 0), headers[column]);
-        QCOMPARE(column == 0 ? m_grid->verticalHeader()->width() : m_grid->columnWidth(column - 1), widths[column]);
+    for (const QString &position : positions) {
+        Scene scene;
+        scene.position = position;
+        m_windows->addRow(scene);
     }
-    QCOMPARE(m_grid->rowHeight(0), 18);
-    QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
-    QVERIFY(m_windows->list->windowFlags().testFlag(Qt::Dialog) && list->parentWidget() == &m_windows->owner);
+    m_windows->list->show();
 }
 
 void SceneListWindowTest::aClickOpensTheRowAndADoubleClickSeeks()
 {
+    addRows({"1", "12.34"});
     m_windows->openVideo();
-    m_windows->addRow(sceneAtPosition("1"));
-    m_windows->addRow(sceneAtPosition("12.34"));
-    m_windows->list->show();
     m_windows->system.calls.clear();
 
     m_windows->clickRow(2);
@@ -112,52 +73,40 @@ void SceneListWindowTest::aClickOpensTheRowAndADoubleClickSeeks()
     QCOMPARE(m_windows->system.calls.size(), 1);
 }
 
-void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay_data()
-{
-    QTest::addColumn<QRect>("frame");
-    QTest::addColumn<QPoint>("pointer");
-    QTest::addColumn<QRect>("available");
-    QTest::addColumn<bool>("possible");
-    const QRect laptop(0, 30, 1366, 738);
-    const QRect centred(384, 80, 598, 600);
-    for (const int x : {10, 383, 600, 683, 742, 900, 1356}) {
-        for (const int y : {40, 300, 760})
-            QTest::addRow("pointer at %d, %d", x, y) << centred << QPoint(x, y) << laptop << true;
-    }
-    QTest::newRow("second screen") << QRect(2000, 100, 598, 600) << QPoint(2200, 300) << QRect(1366, 0, 1280, 1024)
-                                   << true;
-    QTest::newRow("partly outside") << QRect(1200, 600, 598, 600) << QPoint(10, 10) << laptop << true;
-    QTest::newRow("small screen, pointer in its middle") << QRect(100, 60, 598, 600) << QPoint(500, 380)
-                                                         << QRect(0, 0, 1024, 768) << false;
-    QTest::newRow("too small a screen") << QRect(0, 0, 598, 600) << QPoint(790, 590) << QRect(0, 0, 800, 590)
-                                        << false;
-}
-
 void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay()
 {
-    QFETCH(QRect, frame);
-    QFETCH(QPoint, pointer);
-    QFETCH(QRect, available);
-    const QRect keepClear(pointer - QPoint(24, 24), pointer + QPoint(24, 24));
-    const std::optional<QRect> place = placedClearOf(keepClear, frame, available);
-    QTEST(place.has_value(), "possible");
-    if (place) {
-        QVERIFY(available.contains(*place) && !place->intersects(keepClear));
-        QCOMPARE(place->size(), frame.size());
-        if (!frame.intersects(keepClear) && available.contains(frame))
-            QCOMPARE(*place, frame);
+    const QRect laptop(0, 30, 1366, 738);
+    const QRect centred(384, 80, 598, 600);
+    const auto compare = [](const QRect &frame, QPoint pointer, const QRect &available, bool possible) {
+        const QRect keepClear(pointer - QPoint(24, 24), pointer + QPoint(24, 24));
+        const std::optional<QRect> place = placedClearOf(keepClear, frame, available);
+        QCOMPARE(place.has_value(), possible);
+        if (place) {
+            QVERIFY(available.contains(*place) && !place->intersects(keepClear));
+            QCOMPARE(place->size(), frame.size());
+            if (!frame.intersects(keepClear) && available.contains(frame))
+                QCOMPARE(*place, frame);
+        }
+        const QRect inside = placedInside(frame, available);
+        QVERIFY(inside.left() >= available.left() && inside.top() >= available.top());
+    };
+    for (const int x : {10, 383, 600, 683, 742, 900, 1356}) {
+        for (const int y : {40, 300, 760})
+            compare(centred, {x, y}, laptop, true);
     }
-    const QRect inside = placedInside(frame, available);
-    QVERIFY(inside.left() >= available.left() && inside.top() >= available.top());
+    compare({2000, 100, 598, 600}, {2200, 300}, {1366, 0, 1280, 1024}, true);
+    compare({1200, 600, 598, 600}, {10, 10}, laptop, true);
+    // A small screen with the pointer in its middle, and too small a screen.
+    compare({100, 60, 598, 600}, {500, 380}, {0, 0, 1024, 768}, false);
+    compare({0, 0, 598, 600}, {790, 590}, {0, 0, 800, 590}, false);
 }
 
 void SceneListWindowTest::theDialogComesUpBesideTheClick()
 {
-    m_windows->addRow(sceneAtPosition("1"));
+    addRows({"1"});
     TForm2 *dialog = m_windows->dialog.get();
     const QRect screen = m_windows->owner.screen()->availableGeometry();
     m_windows->list->move(screen.topLeft());
-    m_windows->list->show();
     const auto clicked = [this] { return m_grid->viewport()->mapToGlobal(m_windows->pointOf(1)); };
     m_windows->clickRow(1);
     QVERIFY(dialog->isVisible());
@@ -181,40 +130,27 @@ void SceneListWindowTest::theDialogComesUpBesideTheClick()
     QTRY_VERIFY(dialog->isVisible());
 }
 
-void SceneListWindowTest::withoutAVideoADoubleClickSeeksNothing()
+void SceneListWindowTest::keysMoveAndDraggingSelects()
 {
-    m_windows->addRow(sceneAtPosition("1"));
-    m_windows->list->show();
-    QTest::mouseDClick(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(1));
-    QCOMPARE(m_windows->system.calls, QStringList());
-}
+    addRows({"1", "2", "3"});
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Up, Qt::Key_3})
+        QTest::keyClick(m_grid, key);
+    QCOMPARE(m_grid->Row(), 2);
 
-void SceneListWindowTest::draggingSelectsAndOpensNothing()
-{
-    for (const char *position : {"1", "2", "3"})
-        m_windows->addRow(sceneAtPosition(position));
-    m_windows->list->show();
-    QTest::mousePress(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(1));
-    QTest::mouseMove(m_grid->viewport(), m_windows->pointOf(2) + QPoint(100, 0));
-    QTest::mouseMove(m_grid->viewport(), m_windows->pointOf(3) + QPoint(100, 0));
-    QTest::mouseRelease(m_grid->viewport(), Qt::LeftButton, {}, m_windows->pointOf(3) + QPoint(100, 0));
+    const QPoint first = m_windows->pointOf(1);
+    const QPoint last = m_windows->pointOf(3) + QPoint(100, 0);
+    QTest::mousePress(m_grid->viewport(), Qt::LeftButton, {}, first);
+    QTest::mouseMove(m_grid->viewport(), (first + last) / 2);
+    QTest::mouseMove(m_grid->viewport(), last);
+    QTest::mouseRelease(m_grid->viewport(), Qt::LeftButton, {}, last);
     QCOMPARE(m_grid->selectionModel()->selectedIndexes().size(), 9);
-    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, Qt::ShiftModifier, m_windows->pointOf(3));
+    QTest::mousePress(m_grid->viewport(), Qt::LeftButton, {}, last - QPoint(100, 0));
+    QTest::mouseRelease(m_grid->viewport(), Qt::LeftButton, {}, last);
+    QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, Qt::ShiftModifier, last);
     QTest::mouseClick(m_grid->viewport(), Qt::LeftButton, {}, QPoint(300, m_grid->viewport()->height() - 5));
     QVERIFY(!m_windows->dialog->isVisible());
-}
 
-void SceneListWindowTest::arrowsMoveAndEnterOpens()
-{
-    for (const char *position : {"1", "2", "3"})
-        m_windows->addRow(sceneAtPosition(position));
-    m_windows->list->show();
-    QTest::keyClick(m_grid, Qt::Key_Down);
-    QTest::keyClick(m_grid, Qt::Key_Down);
-    QTest::keyClick(m_grid, Qt::Key_Up);
-    QTest::keyClick(m_grid, Qt::Key_3);
-    QCOMPARE(m_grid->Row(), 2);
-    QVERIFY(!m_windows->dialog->isVisible());
+    m_grid->setRow(2);
     QTest::keyClick(m_grid, Qt::Key_Return);
     QVERIFY(m_windows->dialog->isVisible());
     QCOMPARE(m_windows->dialog->Edit1->text(), QString("2"));
@@ -223,16 +159,13 @@ void SceneListWindowTest::arrowsMoveAndEnterOpens()
 void SceneListWindowTest::numbersStayInPlaceAndActAsTheirRows()
 {
     m_windows->openVideo();
-    for (const char *position : {"1", "2", "3"})
-        m_windows->addRow(sceneAtPosition(position));
-    m_windows->list->show();
+    addRows({"1", "2", "3"});
     m_windows->system.calls.clear();
     QWidget *numbers = m_grid->verticalHeader()->viewport();
     const QPoint third(10, m_windows->pointOf(3).y());
     QTest::mouseClick(numbers, Qt::LeftButton, {}, third);
     QCOMPARE(m_grid->Row(), 3);
     QVERIFY(m_windows->dialog->isVisible());
-    QCOMPARE(m_windows->dialog->Edit1->text(), QString("3"));
     QTest::mouseDClick(numbers, Qt::LeftButton, {}, third);
     QCOMPARE(m_windows->system.calls, QStringList{"seek 30000000"});
 
@@ -244,10 +177,14 @@ void SceneListWindowTest::numbersStayInPlaceAndActAsTheirRows()
 
 void SceneListWindowTest::theCurrentRowFollowsTheRowCount()
 {
-    m_grid->setRowCount(10);
-    QCOMPARE(m_grid->Row(), 1);
+    m_windows->list->show();
+    for (const int rows : {100, 101, 10}) {
+        m_grid->setRowCount(rows);
+        m_grid->showRow(rows - 1);
+        QVERIFY(m_grid->viewport()->rect().contains(m_grid->visualRect(m_grid->model()->index(rows - 2, 0))));
+        QCOMPARE(m_grid->Row(), 1);
+    }
     m_grid->setRow(9);
-    QCOMPARE(m_grid->Row(), 9);
     m_grid->setRowCount(5);
     QCOMPARE(m_grid->Row(), 4);
     m_grid->setRow(100);
@@ -258,22 +195,9 @@ void SceneListWindowTest::theCurrentRowFollowsTheRowCount()
     QCOMPARE(m_grid->RowCount(), 2);
 }
 
-void SceneListWindowTest::aRowJustAddedIsShownWhole()
-{
-    m_windows->list->show();
-    for (const int rows : {100, 101, 102}) {
-        m_grid->setRowCount(rows);
-        m_grid->showRow(rows - 1);
-        const QRect shown = m_grid->visualRect(m_grid->model()->index(rows - 2, 0));
-        QVERIFY(m_grid->viewport()->rect().contains(shown));
-        QCOMPARE(m_grid->Row(), 1);
-    }
-}
-
 void SceneListWindowTest::menuCommandsChangeTheList()
 {
-    for (const char *position : {"3", "1", "2"})
-        m_windows->addRow(sceneAtPosition(position));
+    addRows({"3", "1", "2"});
     TForm3 *list = m_windows->list.get();
     list->N13->trigger();
     QCOMPARE(m_windows->rows(), QStringList({"1|1|||||||||||", "2|2|||||||||||", "3|3|||||||||||"}));
@@ -284,60 +208,60 @@ void SceneListWindowTest::menuCommandsChangeTheList()
     list->N10->trigger();
     list->N10->trigger();
     QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
-    m_windows->addRow(sceneAtPosition("4"));
-    m_windows->addRow(sceneAtPosition("5"));
+    addRows({"4", "5"});
     list->N12->trigger();
     QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
 }
 
 void SceneListWindowTest::theContextMenuFitsThePlace()
 {
-    m_windows->addRow(sceneAtPosition("1"));
-    m_windows->addRow(sceneAtPosition("2"));
-    m_windows->list->show();
-    const auto captionsAt = [this](QWidget *widget, QPoint point) {
+    addRows({"1", "2"});
+    const auto commandsAt = [](QWidget *widget, QPoint point) {
         QTest::mouseClick(widget, Qt::RightButton, {}, point);
         QContextMenuEvent event(QContextMenuEvent::Mouse, point, widget->mapToGlobal(point));
         QApplication::sendEvent(widget, &event);
-        QStringList captions;
-        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
-            for (const QAction *action : menu->actions())
-                captions += action->isSeparator() ? "-" : action->text();
-            menu->close();
-        }
-        return captions;
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        if (!menu)
+            return QList<QAction *>();
+        menu->close();
+        return menu->actions();
     };
-    const QStringList whole{"Save", "Open", "Сортировка записей"};
-    const QStringList row{"Save", "Open", "Сортировка записей", "-", "Удалить запись", "-", "Очистить таблицу"};
-    QCOMPARE(captionsAt(m_grid->viewport(), m_windows->pointOf(2)), row);
-    QCOMPARE(m_grid->Row(), 2);
-    QCOMPARE(captionsAt(m_grid->verticalHeader()->viewport(), QPoint(5, m_windows->pointOf(1).y())), row);
-    QCOMPARE(m_grid->Row(), 1);
-    QCOMPARE(captionsAt(m_grid->viewport(), QPoint(300, m_grid->viewport()->height() - 5)), whole);
-    QCOMPARE(captionsAt(m_grid->horizontalHeader()->viewport(), QPoint(100, 5)), whole);
-    QCOMPARE(captionsAt(m_windows->list.get(), QPoint(1, 1)), whole);
+    TForm3 *list = m_windows->list.get();
+    const QList<QAction *> whole{list->Save1, list->Open1, list->N13};
+    const auto compareRow = [&](const QList<QAction *> &commands, int row) {
+        QVERIFY(commands.size() > whole.size() && commands.contains(list->N10) && commands.contains(list->N12));
+        QCOMPARE(m_grid->Row(), row);
+    };
+    compareRow(commandsAt(m_grid->viewport(), m_windows->pointOf(2)), 2);
+    compareRow(commandsAt(m_grid->verticalHeader()->viewport(), QPoint(5, m_windows->pointOf(1).y())), 1);
+    QCOMPARE(commandsAt(m_grid->viewport(), QPoint(300, m_grid->viewport()->height() - 5)), whole);
+    QCOMPARE(commandsAt(m_grid->horizontalHeader()->viewport(), QPoint(100, 5)), whole);
+    QCOMPARE(commandsAt(list, QPoint(1, 1)), whole);
     QVERIFY(!m_windows->dialog->isVisible());
 }
 
 void SceneListWindowTest::theListIsSavedBesideTheVideoAndReadBack()
 {
     // As long as a name can be with the ending of the scenes file.
-    const QString video = QString::fromUtf8("-фильм #1% 🎬").leftJustified(239, 'x').chopped(15) + ".avi";
-    const QString longest = video.chopped(4) + QString(248 - static_cast<int>(video.toUtf8().size()), 'y') + ".avi";
-    QCOMPARE(longest.toUtf8().size(), 248);
+    const QString start = "-фильм #1% 🎬";
+    const QString longest = start + QString(244 - static_cast<int>(start.toUtf8().size()), 'x') + ".avi";
+    // Without a video nothing is saved and nothing read.
+    VideoPath = m_windows->path(longest);
+    m_windows->list->Save1Click();
+    QVERIFY(!QFile::exists(VideoPath + ".scenes"));
+    VideoPath.clear();
+    m_windows->list->Open1Click();
+
     m_windows->openVideo(longest);
     m_windows->list->Open1Click();
     QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
-    m_windows->addRow(sceneAtPosition("0"));
-    m_windows->addRow(sceneAtPosition("0.5"));
+    addRows({"0", "0.5"});
     m_windows->list->Save1->trigger();
     const QByteArray saved = m_windows->content(longest + ".scenes");
     QVERIFY(saved.contains("<position>0.5</position>"));
-
     m_windows->list->N12Click();
     m_windows->list->Open1->trigger();
     QCOMPARE(m_windows->rows(), QStringList({"1||||||||||||", "2|0.5|||||||||||"}));
-    QVERIFY(m_windows->list->XMLDocument1.Active());
 
     // A video without a list leaves the rows, which are saved under its name then.
     m_windows->openVideo("other.avi");
@@ -352,73 +276,38 @@ void SceneListWindowTest::theListIsSavedBesideTheVideoAndReadBack()
     QCOMPARE(m_windows->rows(), QStringList{"1||||||||||||"});
 }
 
-void SceneListWindowTest::withoutAVideoNothingIsSaved()
-{
-    VideoPath = m_windows->path("film.avi");
-    m_windows->list->Save1Click();
-    QVERIFY(!QFile::exists(m_windows->path("film.avi.scenes")));
-    VideoPath.clear();
-    m_windows->list->Open1Click();
-    QCOMPARE(m_windows->rows(), QStringList{"||||||||||||"});
-}
-
-void SceneListWindowTest::unreadableFilesLeaveTheList_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("ill-formed") << QByteArray("<scenes><scene>&</scene></scenes>") << 0644 << "строка 1";
-    QTest::newRow("other root") << QByteArray("<scene/>") << 0644 << "«scene»";
-    QTest::newRow("no permission") << QByteArray("<scenes/>") << 0000 << "нет прав доступа";
-}
-
-void SceneListWindowTest::unreadableFilesLeaveTheList()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, mode);
-    QFETCH(QString, reason);
-    m_windows->addRow(sceneAtPosition("1"));
-    const QStringList before = m_windows->rows();
-    m_windows->write("film.avi.scenes", bytes);
-    VideoPath = m_windows->path("film.avi");
-    QVERIFY(chmod(qPrintable(VideoPath + ".scenes"), static_cast<mode_t>(mode)) == 0);
-    QVERIFY(chmod(qPrintable(m_windows->folder.path()), 0755) == 0);
-    QString refusal;
-    {
-        const AsOrdinaryUser user;
-        refusal = refusalOf([this] { m_windows->list->Open1Click(); });
-    }
-    QVERIFY2(refusal.contains(VideoPath + ".scenes") && refusal.contains(reason), qPrintable(refusal));
-    QCOMPARE(m_windows->rows(), before);
-    QVERIFY(!QGuiApplication::overrideCursor());
-}
-
-void SceneListWindowTest::failedSavesLeaveFileAndList()
+void SceneListWindowTest::whatFailsLeavesFileAndList()
 {
     m_windows->openVideo();
     m_windows->write("film.avi.scenes", "old");
     for (int i = 0; i < 1000; ++i)
-        m_windows->addRow(sceneAtPosition(QString::number(i)));
+        addRows({QString::number(i)});
     const QStringList before = m_windows->rows();
-    const auto refusal = [this] { return refusalOf([this] { m_windows->list->Save1Click(); }); };
+    const QByteArray scenesFile = QFile::encodeName(VideoPath + ".scenes");
+    const QByteArray folder = QFile::encodeName(m_windows->folder.path());
+    const auto refused = [this](void (TForm3::*command)(), const char *reason) {
+        const QString text = refusalOf([&] { (m_windows->list.get()->*command)(); });
+        QVERIFY2(text.contains(VideoPath + ".scenes") && text.contains(reason), qPrintable(text));
+        QVERIFY(!QGuiApplication::overrideCursor());
+    };
+    refused(&TForm3::Open1Click, "строка 1");
     {
         const FullDisk disk(10'000);
-        const QString text = refusal();
-        QVERIFY2(text.contains("film.avi.scenes") && text.contains("слишком велик"), qPrintable(text));
+        refused(&TForm3::Save1Click, "слишком велик");
     }
-    QVERIFY(chmod(qPrintable(m_windows->folder.path()), 0555) == 0);
+    QVERIFY(chmod(folder, 0555) == 0 && chmod(scenesFile, 0) == 0);
     {
         const AsOrdinaryUser user;
-        const QString text = refusal();
-        QVERIFY2(text.contains("film.avi.scenes") && text.contains("нет прав доступа"), qPrintable(text));
+        refused(&TForm3::Save1Click, "нет прав доступа");
+        refused(&TForm3::Open1Click, "нет прав доступа");
     }
-    QVERIFY(chmod(qPrintable(m_windows->folder.path()), 0755) == 0);
+    QVERIFY(chmod(folder, 0755) == 0 && chmod(scenesFile, 0644) == 0);
     QCOMPARE(m_windows->content("film.avi.scenes"), QByteArray("old"));
     QCOMPARE(m_windows->rows(), before);
 
     VideoPath = m_windows->path("folder");
     QVERIFY(QDir(m_windows->folder.path()).mkdir("folder.scenes"));
-    QVERIFY(refusal().contains("папка"));
+    refused(&TForm3::Save1Click, "папка");
 }
 
 void SceneListWindowTest::bulkChangesAreOneChange()

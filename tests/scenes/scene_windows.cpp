@@ -50,18 +50,6 @@ void SceneWindows::write(const QString &name, const QByteArray &bytes) const
     file.write(bytes);
 }
 
-QStringList SceneWindows::rows() const
-{
-    QStringList texts;
-    for (int row = 1; row < grid->RowCount(); ++row) {
-        QStringList cells;
-        for (int column = 0; column < sceneColumnCount; ++column)
-            cells += grid->cell(column, row);
-        texts += cells.join('|');
-    }
-    return texts;
-}
-
 void SceneWindows::addRow(const Scene &scene) const
 {
     grid->change([&](GridCells &cells) { setScene(cells, rowForNewScene(cells), scene); });

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "fake_graph.h"
+#include "quiet_display.h"
+#include "scene_lists.h"
 
-#include "player/playback_engine.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 
@@ -13,7 +14,7 @@
 
 /// The two scene windows under a main window, with a type list of their own and a video that can be opened on a fake
 /// media library. Message boxes are written down, not shown.
-class SceneWindows final : private PlayerDisplay {
+class SceneWindows final : private QuietDisplay {
 public:
     /// `typeList` is the content of the type list file.
     explicit SceneWindows(const QByteArray &typeList);
@@ -27,7 +28,7 @@ public:
     void write(const QString &name, const QByteArray &bytes) const;
 
     /// The data rows of the list, their cells from the number on joined by "|".
-    [[nodiscard]] QStringList rows() const;
+    [[nodiscard]] QStringList rows() const { return rowsOf(grid->cells()); }
     void addRow(const Scene &scene) const;
 
     /// The point of the grid's viewport in the middle of the row's first cell.
@@ -45,11 +46,5 @@ public:
     TStringGrid *grid = nullptr;
 
 private:
-    void showMessage(const QString &) override {}
     QWidget *videoPanel() override { return &owner; }
-    void resetSpeedBar() override {}
-    void showOpenedVideo(const QString &) override {}
-    void showPlaying(bool) override {}
-    void applyVolume() override {}
-    void restartFitting() override {}
 };

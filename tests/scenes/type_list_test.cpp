@@ -1,25 +1,25 @@
 #include "scenes/type_list.h"
 
 #include <QFile>
-#include <QSet>
 #include <QTest>
 
 class TypeListTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void linesEndInAnyWay();
+    void filesOfAnyKindAreRead();
     void levelsAreToldByTabs_data();
     void levelsAreToldByTabs();
-    void oddFilesAreRead();
     void theListThatComesWithTheProgramIsSound();
 };
 
-void TypeListTest::linesEndInAnyWay()
+void TypeListTest::filesOfAnyKindAreRead()
 {
     QCOMPARE(linesOf("a\r\nb\nc\rd"), QStringList({"a", "b", "c", "d"}));
     QCOMPARE(linesOf("a\r\n\r\nb\n\rc\n"), QStringList({"a", "", "b", "", "c"}));
     QCOMPARE(linesOf(""), QStringList());
+    QCOMPARE(typeListText("\xEF\xBB\xBF\xD0\xAF"), QString("Я"));
+    QVERIFY(typeListText("a\xFF\xD0").startsWith(QString("a") + QChar(0xFFFD)));
 }
 
 void TypeListTest::levelsAreToldByTabs_data()
@@ -38,8 +38,6 @@ void TypeListTest::levelsAreToldByTabs_data()
     const QStringList none;
     QTest::newRow("three levels") << dialogue << both << "Диалог" << QStringList{"Спор", "Признание"} << "Спор"
                                   << QStringList{"Шуточный", "Серьёзный"};
-    QTest::newRow("block at the end") << dialogue << both << "Погоня" << QStringList{"Пешая", "На машинах"}
-                                      << "На машинах" << QStringList{"Ночью"};
     QTest::newRow("unknown") << dialogue << both << "диалог" << none << "спор" << none;
     QTest::newRow("empty line ends a block") << "A\n\n\tb\n\t\tc\n" << a << "A" << none << "b" << QStringList{"c"};
     QTest::newRow("empty line ends lasttypes") << "A\n\tb\n\n\t\tc\n" << a << "A" << b << "b" << none;
@@ -54,7 +52,6 @@ void TypeListTest::levelsAreToldByTabs_data()
     QTest::newRow("a third TAB stays") << "A\n\tb\n\t\t\tc\n\t\td\t\te\n\t\t\n" << a << "A" << b << "b"
                                        << QStringList{"\tc", "de"};
     QTest::newRow("nothing but a TAB") << "A\n\t\n\tb\n" << a << "A" << b << "" << none;
-    QTest::newRow("lasttypes without a subtype") << "A\n\t\tc\n\tb\n" << a << "A" << b << "b" << none;
 }
 
 void TypeListTest::levelsAreToldByTabs()
@@ -66,14 +63,6 @@ void TypeListTest::levelsAreToldByTabs()
     QTEST(typesIn(lines), "types");
     QTEST(subtypesOf(type, lines), "subtypes");
     QTEST(lasttypesOf(subtype, lines), "lasttypes");
-}
-
-void TypeListTest::oddFilesAreRead()
-{
-    QCOMPARE(typeListText("\xEF\xBB\xBF\xD0\xAF"), QString("Я"));
-    QCOMPARE(typeListText("\xEF\xBB\xBF"), QString());
-    QCOMPARE(typeListText(""), QString());
-    QVERIFY(typeListText("a\xFF\xD0").startsWith(QString("a") + QChar(0xFFFD)));
 }
 
 void TypeListTest::theListThatComesWithTheProgramIsSound()
