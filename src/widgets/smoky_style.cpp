@@ -574,13 +574,13 @@ void SmokyStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
             return;
         }
         break;
-    case PE_FrameFocusRect:
-        painter->save();
+    case PE_FrameFocusRect: {
+        const PainterState state(painter);
         painter->setPen(accent(option));
         painter->setBrush(Qt::NoBrush);
-        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
-        painter->restore();
+        painter->drawRect(lineOf(option->rect));
         return;
+    }
     case PE_PanelMenu:
     case PE_PanelTipLabel: {
         const bool tip = element == PE_PanelTipLabel;
