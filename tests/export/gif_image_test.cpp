@@ -6,6 +6,8 @@
 #include <QTest>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cmath>
 #include <functional>
 #include <random>
@@ -93,7 +95,7 @@ private Q_SLOTS:
 void GifImageTest::cropsAndScales()
 {
     struct Part {
-        QRect place;
+        std::array<int, 4> place; // x, y, width and height
         QStringList rows;
     };
     const Part parts[]{
@@ -107,7 +109,7 @@ void GifImageTest::cropsAndScales()
     };
     for (const auto &[place, rows] : parts) {
         Bitmap cropped(9, 9);
-        bitmapCrop(lettered({"abcde", "fghij", "klmno"}), cropped, place.x(), place.y(), place.width(), place.height());
+        bitmapCrop(lettered({"abcde", "fghij", "klmno"}), cropped, place[0], place[1], place[2], place[3]);
         const Bitmap expected = lettered(rows);
         Bitmap scaled(expected.Width(), expected.Height());
         bitmapCopyRect(cropped, scaled);
