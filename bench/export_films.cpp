@@ -61,13 +61,15 @@ FilmSpec film(const QString &file, QSize size, int frames, const QStringList &vi
 QString exportFilm(const QString &name)
 {
     const QStringList h264{"-c:v", "libx264", "-preset", "veryfast", "-crf", "23", "-g", "250", "-bf", "3"};
+    const QStringList mpeg4{"-c:v", "mpeg4", "-q:v", "4"};
     if (name == "1080p")
         return makeFilm(film("export_1080p.mp4", {1920, 1080}, fiveMinutes, h264));
     if (name == "720p")
         return makeFilm(film("export_720p.mp4", {1280, 720}, fiveMinutes, h264));
     if (name == "avi")
-        return makeFilm(film("export_mpeg4.avi", {720, 576}, fiveMinutes,
-                             {"-c:v", "mpeg4", "-q:v", "4", "-g", "250"}));
+        return makeFilm(film("export_mpeg4.avi", {1920, 1080}, fiveMinutes, mpeg4));
+    if (name == "avi_576")
+        return makeFilm(film("export_mpeg4_576.avi", {720, 576}, fiveMinutes, mpeg4 + QStringList{"-g", "250"}));
     if (name == "4k")
         return makeFilm(film("export_4k.mp4", {3840, 2160}, halfMinute, h264));
     throw std::logic_error("no film of the export's benchmarks is called " + name.toStdString());
