@@ -143,8 +143,15 @@ void FrameReaderTest::readsMoveThePosition()
 
 void FrameReaderTest::aShorterIndexIsNotAnsweredByALongerOne()
 {
-    start({"read@6 silent", "timeout@2 reply second"});
+    start({"read@1 late 200", "read@2 late 200", "read@8 silent", "timeout@2 reply second"});
     openFilm();
+    // Nor by one that comes late.
+    m_reader->Seek(123);
+    m_reader->ReadAsync();
+    QTest::qWait(50);
+    m_clock.start();
+    QCOMPARE(read(12), 12);
+    QVERIFY2(m_clock.elapsed() > 300, qPrintable(QString::number(m_clock.elapsed())));
     for (const int index : {1234, 123, 12, 1, 1234})
         QCOMPARE(read(index), index);
     // The same once more is.
