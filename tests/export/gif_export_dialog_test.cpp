@@ -98,6 +98,7 @@ void GifExportDialogTest::whatIsRefusedWritesNothing_data()
     QTest::newRow("backslash") << "..\\evil" << "1";
     QTest::newRow("stream") << "1" << "2:hidden";
     QTest::newRow("nul") << QString("a") + QChar(0) + "b" << "1";
+    QTest::newRow("half a character") << QString(QChar(0xD800)) << "1";
     QTest::newRow("endless") << "0" << "1e300";
     QTest::newRow("infinite") << "1e300" << "1e999";
     QTest::newRow("more than a day") << "0" << "86400.5";

@@ -160,6 +160,7 @@ void SqliteExportTest::scenesWithoutAnImageAreLeftOut()
     m_windows->addScene("3", "1");
     writeFile(m_windows->windows.path("secret_1.gif"), "secret");
     m_windows->addScene("../secret", "1");
+    m_windows->addScene(QString(QChar(0xD800)), "1");
     addScene("4");
     QCOMPARE(exportScenes(), finished);
     QCOMPARE(rows(), QStringList({"1|2.0", "2|4.0"}));
