@@ -53,7 +53,7 @@ void GifExportDialogTest::exportsEveryScene()
     const Exported scenes[]{
         {"1.5", "3.0", {37, 62, 87}},
         {"12,5", "0.01", {300}},
-        {"0", "2.5", {0, 25, 50}},
+        {"1.16", "2.5", {29, 54, 79}}, // a little less than 29 as a double
         {"0.1", "3", {2, 27, 52}},
         {"начало", "1с", {0}},
         {"1000", "2", {25000, 25025}},
