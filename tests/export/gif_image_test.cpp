@@ -169,7 +169,7 @@ private Q_SLOTS:
             // Unchanged: one colour, the most that a palette holds, and one that keeps a place for what stays.
             {{checks(256, 0), checks(1, 0), checks(255, 3), checks(255, 4), checks(2, 0)}, 1000.0},
             // No palette for all pictures at once would reach this.
-            {{shades(0), shades(0.4), shades(0.8), shades(1.2)}, 31.0},
+            {{shades(0), shades(0.4), shades(0.8), shades(1.2)}, 31.9},
             // What moves leaves no trace behind it.
             {{ball(0), ball(60), ball(120)}, 33.0},
         };
