@@ -3,6 +3,7 @@
 #include "util/frame_protocol.h"
 #include "util/user_error.h"
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cmath>
@@ -65,6 +66,8 @@ void FRAME_READER::Run()
     m_resultView.reset();
     m_dataView.reset();
     m_opened = false;
+    m_sent.clear();
+    m_earlier.clear();
     m_process.reset();
     m_process = startHiddenProcess(m_exePath.toStdString(), m_shareName.toStdString());
     for (int round = 0; round < mutexRounds && !hasEnded() && !Check(); ++round)
@@ -94,16 +97,8 @@ bool FRAME_READER::Command(const QString &text)
     if (command.size() + 1 >= static_cast<qsizetype>(m_commandView->size()) || command.contains('\0'))
         throw UserError(QStringLiteral("Слишком длинная команда для программы чтения кадров: «%1»").arg(text));
 
-    // The same command again is answered by its old answer. But a command that is only the beginning of the one
-    // answered last, such as a shorter frame index, is not.
-    const QByteArray result = contentOf(*m_resultView);
-    m_staleResult.clear();
-    for (const QByteArray &earlier : {m_sent, m_answered}) {
-        if (earlier != command && earlier.startsWith(command) && result.startsWith(earlier))
-            m_staleResult = result;
-    }
-
     m_lastCommand = text;
+    m_earlier += m_sent;
     m_sent = command;
     std::memcpy(m_commandView->data(), command.constData(), static_cast<std::size_t>(command.size()) + 1);
     return true;
@@ -123,10 +118,15 @@ bool FRAME_READER::Result()
     return false;
 }
 
-/// True if the result block, of which this is a copy, holds the answer to the last command.
+/// True if the result block, of which this is a copy, holds the answer to the last command. The same command again is
+/// answered by its old answer; but one that is only the beginning of an earlier one, such as a shorter frame index, is
+/// not answered by that one's.
 bool FRAME_READER::isAnswered(const QByteArray &result) const
 {
-    return result.startsWith(m_sent) && result != m_staleResult;
+    const auto isLongerAndAnswered = [&](const QByteArray &earlier) {
+        return earlier.size() > m_sent.size() && earlier.startsWith(m_sent) && result.startsWith(earlier);
+    };
+    return result.startsWith(m_sent) && std::none_of(m_earlier.begin(), m_earlier.end(), isLongerAndAnswered);
 }
 
 bool FRAME_READER::takeAnswer()
@@ -140,7 +140,8 @@ bool FRAME_READER::takeAnswer()
     std::atomic_thread_fence(std::memory_order_acquire);
     result = contentOf(*m_resultView);
     m_lastResult = QString::fromUtf8(textIn(result.mid(m_sent.size() + 1)));
-    m_answered = m_sent;
+    // The reader works in order: nothing earlier can be answered any more.
+    m_earlier.clear();
     return true;
 }
 

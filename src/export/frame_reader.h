@@ -4,6 +4,7 @@
 #include "platform/shared_objects.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <chrono>
@@ -137,9 +138,8 @@ private:
     std::unique_ptr<SharedMemory> m_resultView;
     std::unique_ptr<SharedMemory> m_dataView;
 
-    /// The last command as it was sent, the last one that was answered, and what the result block held when a command
-    /// was sent that could be taken for answered by it.
+    /// The last command as it was sent, and those before it, back to the last one that was answered: the answer of one
+    /// of these may still lie in the result block, or come late.
     QByteArray m_sent;
-    QByteArray m_answered;
-    QByteArray m_staleResult;
+    QList<QByteArray> m_earlier;
 };

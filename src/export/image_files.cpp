@@ -34,7 +34,8 @@ QString refusalOfGifName(const QString &position, const QString &length)
     constexpr QStringView forbidden = u"/\\:";
     const auto isForbidden = [&](QChar c) { return c.isNull() || forbidden.contains(c); };
     for (const QString &text : {position, length}) {
-        if (std::any_of(text.begin(), text.end(), isForbidden))
+        // Half a surrogate pair has no form in a file name.
+        if (!text.isValidUtf16() || std::any_of(text.begin(), text.end(), isForbidden))
             return QStringLiteral("«%1» не может быть частью имени файла").arg(text);
     }
     return {};

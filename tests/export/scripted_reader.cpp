@@ -32,8 +32,7 @@
 namespace {
 
 /// Room for the most pictures that one read delivers.
-constexpr std::size_t dataSize = std::size_t{frame_protocol::mostFrames} * 3 * scripted_reader::width
-    * scripted_reader::height;
+constexpr std::size_t dataSize = frame_protocol::mostFrames * 3UL * scripted_reader::width * scripted_reader::height;
 
 std::string textOf(const SharedMemory &block)
 {
@@ -113,9 +112,7 @@ private:
     void answer(const std::string &text, const std::string &word, const std::string &deed)
     {
         auto *const block = reinterpret_cast<char *>(result->data());
-        std::string reply = word == "open" ? "320 240 250 25" : "ok";
-        if (deed.starts_with("reply "))
-            reply = deed.substr(6);
+        std::string reply = deed.starts_with("reply ") ? deed.substr(6) : word == "open" ? "320 240 250 25" : "ok";
         if (deed == "endless" || deed == "garbage")
             reply = std::string(result->size() - text.size() - 1, 'x');
         // The echo comes last.
@@ -130,9 +127,8 @@ private:
         for (int y = 0; y < scripted_reader::height; ++y) {
             for (int x = 0; x < scripted_reader::width; ++x, pixel += 3) {
                 const unsigned color = scripted_reader::colorAt(index, x, y);
-                pixel[0] = color & 0xFFU;
-                pixel[1] = color >> 8U & 0xFFU;
-                pixel[2] = color >> 16U & 0xFFU;
+                // As this machine keeps a number, blue is its first byte.
+                std::memcpy(pixel, &color, 3);
             }
         }
     }
@@ -140,9 +136,7 @@ private:
     std::string name;
     std::map<std::string, std::string> deeds;
     std::map<std::string, int> counts;
-    std::unique_ptr<SharedMemory> command;
-    std::unique_ptr<SharedMemory> result;
-    std::unique_ptr<SharedMemory> data;
+    std::unique_ptr<SharedMemory> command, result, data;
 };
 
 } // namespace
