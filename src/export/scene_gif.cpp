@@ -5,11 +5,11 @@
 #include "export/gif_image.h"
 #include "platform/whole_file.h"
 #include "util/error_reason.h"
+#include "util/frame_protocol.h"
 #include "util/numbers.h"
 #include "util/user_error.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace {
@@ -21,16 +21,6 @@ void throwIf(const std::error_code &error, const QString &file)
 {
     if (error)
         throwSaveError(file, errorReason(error));
-}
-
-/// The index of the frame at a moment of the film: the whole frames before it. What a double loses in the product must
-/// not name the frame before: 1.16 seconds at 25 frames are 29.
-std::int64_t frameAt(double seconds, double frameRate)
-{
-    constexpr double noise = 1e-6;
-    const double frames = frameRate * seconds;
-    const double nearest = std::round(frames);
-    return truncatedToInt64(std::abs(frames - nearest) < noise ? nearest : frames);
 }
 
 /// Fills `bitmap` with the frame in the reader's local buffer.
@@ -64,7 +54,7 @@ bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, doub
     const int side = std::min(reader.width(), reader.height());
     // Counted, not summed: far from zero a second is lost in the sum, and the end would never be reached.
     for (int seconds = 0; start + length > start + seconds; ++seconds) {
-        reader.Seek(frameAt(start + seconds, reader.frameRate()));
+        reader.Seek(truncatedToInt64(frame_protocol::framesBefore(start + seconds, reader.frameRate())));
         // What is in the block after a read without an answer is taken all the same.
         (void)reader.Read();
         if (!reader.GetData())

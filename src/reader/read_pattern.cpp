@@ -1,5 +1,7 @@
 #include "reader/read_pattern.h"
 
+#include "util/frame_protocol.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -17,12 +19,11 @@ bool isWhole(double number)
 ReadPattern::ReadPattern(double framesPerSecond) : m_second(framesPerSecond) {}
 
 // An export reads at a scene's start, a time of two decimals, and on by adding seconds; an index is such a time times
-// the rate, truncated. Where a time falls on a picture, the last bit of the product decides between two neighbours,
-// so the same sums are done here.
+// the rate, truncated.
 
 std::int64_t ReadPattern::indexAt(double seconds) const
 {
-    return static_cast<std::int64_t>(m_second * seconds);
+    return static_cast<std::int64_t>(frame_protocol::framesBefore(seconds, m_second));
 }
 
 void ReadPattern::startTimes(std::int64_t index)
