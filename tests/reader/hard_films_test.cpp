@@ -21,6 +21,8 @@ private Q_SLOTS:
     void withoutAnyPictureItIsBlack();
     void aShortenedFilmIsReadToItsEnd_data();
     void aShortenedFilmIsReadToItsEnd();
+    void aFileThatCannotBeRead_data();
+    void aFileThatCannotBeRead();
     void tenHours_data();
     void tenHours();
     void picturesLargerThanCanBeHeldAreRefused();
@@ -114,6 +116,33 @@ void HardFilmsTest::aShortenedFilmIsReadToItsEnd()
     QCOMPARE(readPicture(*film, 1'000'000), readPicture(*film, 129));
     QCOMPARE(paintedFrameNumber(readPicture(*film, 40)), 40);
     QCOMPARE(paintedFrameNumber(readPicture(*film, 25)), 25);
+}
+
+void HardFilmsTest::aFileThatCannotBeRead_data()
+{
+    addFilms({"reader_h264.mp4", "reader_h264.ts", "reader_h264.mkv", "reader_mpeg4.avi", "reader_mpeg2.mpg",
+              "reader_h264.h264"});
+}
+
+void HardFilmsTest::aFileThatCannotBeRead()
+{
+    QFETCH(QString, name);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(name);
+    QVERIFY(QFile::copy(readerFilm(name), path));
+    bool away = false;
+    const auto film = Film::open(path.toStdString(), never, [&away] { return away; });
+    QVERIFY(film);
+    away = true;
+    const auto before = paintedFrameNumber(readPicture(*film, 100));
+    QVERIFY2(before && *before < 100, qPrintable(QString::number(before.value_or(-1))));
+    // What could not be read is not the film's end.
+    away = false;
+    QCOMPARE(paintedFrameNumber(readPicture(*film, 100)), 100);
+
+    QVERIFY(QFile::resize(path, 500));
+    for (const int index : {5, 129, 60, 0, 77})
+        QVERIFY(!readPicture(*film, index).isNull());
 }
 
 void HardFilmsTest::tenHours_data()
