@@ -12,9 +12,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -150,12 +150,11 @@ int main(int count, char **arguments)
         if (outcome == Answered || outcome == NotOpened)
             continue;
         ++failures;
-        const bool hung = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
         const QString kept = QString("fuzz_%1").arg(seed);
         QFile::copy(path, kept);
-        std::printf("%s by the film of seed %u, kept as %s\n",
-                    outcome == NotAnswered ? "a read is not answered" : hung ? "the reader hangs" : "a crash", seed,
-                    qPrintable(kept));
+        std::printf("%s: %s\n", qPrintable(kept), outcome == NotAnswered ? "a read is not answered"
+                                                 : outcome == -1        ? strsignal(WTERMSIG(status))
+                                                                        : "the reader fails");
     }
     std::printf("%d films tried, %d read, %d failures\n", films, opened, failures);
     return failures == 0 && opened > 0 ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -199,26 +199,21 @@ std::vector<WitnessedPicture> witnessedPictures(const QString &path, QSize slowl
                                                 : QString("scale=%1:%2:flags=bicubic+full_chroma_int+accurate_rnd")
                                                       .arg(slowlyTo.width())
                                                       .arg(slowlyTo.height());
-    const QByteArray lines =
-        outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
-                               + QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-copyts",
-                                             "-enc_time_base", "-1", "-vf", scale, "-pix_fmt", "bgr24", "-f",
-                                             "framemd5", "pipe:1"});
+    const QString output = "-map 0:v:0 -vsync passthrough -copyts -enc_time_base 1:1000000 -vf " + scale
+        + " -pix_fmt bgr24 -f framemd5 pipe:1";
+    const QByteArray lines = outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
+                                                    + QStringList{"-i", path} + output.split(' '));
     std::vector<WitnessedPicture> pictures;
-    double timeBase = 1.0;
     double first = 0.0;
     for (const QByteArray &line : lines.split('\n')) {
-        if (line.startsWith("#tb 0: ")) {
-            const QList<QByteArray> fraction = line.mid(7).trimmed().split('/');
-            timeBase = fraction.at(0).toDouble() / fraction.at(1).toDouble();
-        }
+        // Stream, decoding time, presentation time, duration, size, hash.
         const QList<QByteArray> fields = line.split(',');
         if (line.startsWith('#') || fields.size() < 6)
             continue;
-        const double time = fields.at(2).trimmed().toDouble() * timeBase;
+        const double seconds = fields[2].trimmed().toDouble() / 1e6;
         if (pictures.empty())
-            first = time;
-        pictures.push_back({QByteArray::fromHex(fields.at(5).trimmed()), time - first});
+            first = seconds;
+        pictures.push_back({QByteArray::fromHex(fields[5].trimmed()), seconds - first});
     }
     return pictures;
 }
