@@ -53,6 +53,7 @@ void PlayerAgreementTest::pictures_data()
         spec("smpte240.mkv", colourful + "yuv420p -colorspace smpte240m"),
         spec("large.mp4", colourful + "yuv420p", {1280, 720}),
         spec("full.mp4", x264 + "scale=out_range=full,format=yuv420p -color_range pc"),
+        spec("full10.mkv", x264 + "scale=out_range=full,format=yuv420p10le -color_range pc"),
         spec("10bit.mp4", colourful + "yuv420p10le"),
         spec("wide_pixels.mp4", x264 + "setsar=64/45,format=yuv420p"),
         spec("high_pixels.mkv", x264 + "setsar=8/9,format=yuv420p"),

@@ -66,6 +66,18 @@ QDir ownDirectory()
     return QString::fromStdString(ObjectDirectory::ofThisProgram()->path());
 }
 
+/// What a process has open, but for the shared objects.
+QStringList filesOf(pid_t process)
+{
+    QStringList files;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+        const QString target = QString::fromStdString(read_symlink(entry).string());
+        if (!target.startsWith(ownDirectory().path()))
+            files << target.section(':', 0, 0);
+    }
+    return files;
+}
+
 void makeDirectory(const QString &path, mode_t mode)
 {
     QVERIFY(QDir().mkdir(path));
@@ -162,13 +174,12 @@ void ReaderProcessTest::commandsAreAnsweredAndNothingElse()
         std::copy_n(command.constData(), std::min<qsizetype>(command.size() + 1, 1000), client.commandBlock());
         std::this_thread::sleep_for(30ms);
         // It goes on with the next command.
-        return !QByteArray(client.resultBlock()).startsWith(command) && client.ask("bufupdate");
+        return !QByteArray(client.resultBlock()).startsWith(command.left(900)) && client.ask("bufupdate");
     };
     for (const char *command : {"read", "read ", "read x", "read 1x", "read 1 2 3", "read 1.5", "reads 1", "open",
                                 "open ", "frames", "frames x", "closes", "close now", " close", "exit now", "x"})
         QVERIFY2(ignores(command), command);
-    // A path that leaves no room for its end: the rest of the block is not read for it.
-    QVERIFY(ignores("open /" + QByteArray(994, 'x')));
+    QVERIFY2(ignores("timeout " + QByteArray(992, '1')), "a command whose end is not in the block");
 }
 
 void ReaderProcessTest::readsDeliverWhatWasAsked()
@@ -252,17 +263,19 @@ void ReaderProcessTest::whatIsNoFilmIsNotAnswered()
     (void)outputOf("ffmpeg", {"-v", "quiet", "-f", "lavfi", "-i", "sine=duration=1", folder.filePath("sound.mp4")});
     writeFile(folder.filePath("empty.avi"), {});
     writeFile(folder.filePath("text.mp4"), QByteArray("Это не фильм.\n").repeated(1000));
-    // What names another file or a place in the network.
-    const QByteArray place = folder.path().toUtf8();
-    writeFile(folder.filePath("list.txt"), "ffconcat version 1.0\nfile '" + place + "/film.mp4'\n");
-    writeFile(folder.filePath("list.m3u8"),
-              "#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:5,\n" + place + "/film.ts\n#EXT-X-ENDLIST\n");
+    // What names another file, in the folder that the reader works in, or a place in the network.
+    writeFile(folder.filePath("list.txt"), "ffconcat version 1.0\nfile film.mp4\n");
+    writeFile(folder.filePath("list.m3u8"), "#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:5,\nfilm.ts\n#EXT-X-ENDLIST\n");
     writeFile(folder.filePath("film.sdp"), "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
                                            "m=video 9999 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
+    const QString before = QDir::currentPath();
+    QDir::setCurrent(folder.path());
     ScriptedClient client;
+    QDir::setCurrent(before);
     for (const char *name : {"missing", "folder", "pipe", "sound.mp4", "empty.avi", "text.mp4", "list.txt",
                              "list.m3u8", "film.sdp"}) {
         QVERIFY2(!client.ask("open " + folder.filePath(name).toStdString(), 400ms), name);
+        QCOMPARE(filesOf(client.process()).count("socket"), 1);
         QVERIFY(client.open(film.toStdString()) && client.ask("read 7"));
     }
     // A film that comes later is opened: the program asks again with the same words, which the reader cannot tell from
@@ -303,7 +316,7 @@ void ReaderProcessTest::anEndedReaderLooksDeadAndIsReplaced()
         QTRY_VERIFY(third.hasEnded());
         const ScriptedClient other("../OTHER");
         QVERIFY(other.isReady());
-        QVERIFY(second.isReady() && second.ask("close"));
+        QVERIFY(second.isReady() && second.mapData(1));
     }
 }
 
@@ -314,15 +327,9 @@ void ReaderProcessTest::theReaderGetsNothingButItsChannel()
     close(stray);
     QVERIFY(client.isReady());
     QCOMPARE(getsid(client.process()), client.process());
-    QStringList found;
-    for (const auto &entry :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(client.process()) + "/fd")) {
-        const QString target = QString::fromStdString(read_symlink(entry).string());
-        if (!target.startsWith(ownDirectory().path()))
-            found << target.section(':', 0, 0);
-    }
-    found.sort();
-    QCOMPARE(found, (QStringList{"/dev/null", "/dev/null", "/dev/null", "socket"}));
+    QStringList files = filesOf(client.process());
+    files.sort();
+    QCOMPARE(files, (QStringList{"/dev/null", "/dev/null", "/dev/null", "socket"}));
 }
 
 void ReaderProcessTest::processesThatEndOrCannotStartAreSeen()
