@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -64,13 +65,16 @@ bool FilmFile::openInput()
 
 bool FilmFile::openContext(const Interrupted &interrupted)
 {
-    m_context.reset();
-    m_stream = nullptr;
+    FormatContext contextBefore = std::move(m_context);
+    AVStream *const streamBefore = std::exchange(m_stream, nullptr);
     m_interrupted = &interrupted;
     const bool opened = readHeader();
     m_interrupted = nullptr;
-    if (!opened)
-        m_context.reset();
+    if (!opened && contextBefore) {
+        // What the film is like is still asked for, and its file may become readable again.
+        m_context = std::move(contextBefore);
+        m_stream = streamBefore;
+    }
     return opened;
 }
 
@@ -212,15 +216,16 @@ Packet FilmFile::readStream()
         m_unread.pop_front();
         return packet;
     }
-    if (!m_context)
-        return nullptr;
     // After a broken packet there may be a good one.
     constexpr int mostFailures = 100;
     Packet packet(av_packet_alloc());
     for (int failures = 0; packet && failures < mostFailures;) {
         const int result = av_read_frame(m_context.get(), packet.get());
-        if (result == AVERROR_EOF || result == AVERROR_EXIT)
+        if (result == AVERROR_EOF || result == AVERROR_EXIT) {
+            // Demuxers take for the end what the system could not read.
+            m_atEnd = result == AVERROR_EOF && m_input->error == 0;
             return nullptr;
+        }
         if (result < 0)
             ++failures;
         else if (packet->stream_index == m_stream->index) {
@@ -316,6 +321,8 @@ std::int64_t FilmFile::nextSlot(const AVPacket &packet)
 void FilmFile::forgetPosition()
 {
     m_unread.clear();
+    m_input->error = 0;
+    m_atEnd = false;
     m_lastSlot = AV_NOPTS_VALUE;
     m_orderEnded = false;
     if (m_order)
@@ -329,13 +336,13 @@ bool FilmFile::seek(std::int64_t time)
     forgetPosition();
     if (m_countsSlots)
         return seekToMetKey(time);
-    return m_context && av_seek_frame(m_context.get(), m_stream->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+    return av_seek_frame(m_context.get(), m_stream->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
 bool FilmFile::seekToMetKey(std::int64_t time)
 {
     auto key = m_keyPlaces.upper_bound(time);
-    if (!m_context || key == m_keyPlaces.begin())
+    if (key == m_keyPlaces.begin())
         return false;
     --key;
     const int result = avformat_seek_file(m_context.get(), -1, 0, key->second, key->second, AVSEEK_FLAG_BYTE);
@@ -350,8 +357,6 @@ bool FilmFile::seekToMetKey(std::int64_t time)
 bool FilmFile::seekToStart()
 {
     forgetPosition();
-    if (!m_context)
-        return false;
     // By times a seek finds a key picture; the film may begin before its first one.
     const bool byBytes = (m_context->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0
         && (m_sparseIndex || m_countsSlots);

@@ -16,8 +16,8 @@
 class FilmFile {
 public:
     /// Opens a regular file; null if it is none, or has no video stream, or is a playlist: no other file and no
-    /// network is ever touched. Opening ends early when `interrupted`; it is asked as well while reading waits for
-    /// the system, where true ends the film for good.
+    /// network is ever touched. Opening ends early when `interrupted`. `ended` is asked while the film lives: true
+    /// makes every reading from the file fail at once.
     [[nodiscard]] static std::unique_ptr<FilmFile> open(const std::string &path, const Interrupted &interrupted,
                                                         const Interrupted &ended);
     FilmFile(const FilmFile &) = delete;
@@ -40,6 +40,8 @@ public:
 
     /// The next packet in decoding order, or null at the end. `pts` is set wherever the film gives a way to know it.
     [[nodiscard]] Packet read();
+    /// True if `read` has come to the film's end, false if its file could not be read on.
+    [[nodiscard]] bool isAtEnd() const { return m_atEnd; }
 
     /// Goes to a place that is likely, not certain, to hold a key picture before `time`. False if the film refuses;
     /// the place is not defined then.
@@ -88,6 +90,7 @@ private:
     std::map<std::int64_t, std::int64_t> m_keyPlaces; ///< slots and bytes of key packets that were met, if counted
     std::unique_ptr<PresentationOrder> m_order; ///< null if every packet has its presentation time
     bool m_orderEnded = false;
+    bool m_atEnd = false;
     std::int64_t m_lastSlot = AV_NOPTS_VALUE;
     std::deque<Packet> m_unread; ///< of the stream, before filter and order
     Packet m_first;              ///< the first packet, without data

@@ -112,12 +112,10 @@ PictureFinder::Answer PictureFinder::find(std::int64_t time, const Interrupted &
 {
     if (time <= m_zero && m_first)
         return {Outcome::Found, m_first.get()};
-    const Shown *shown = atHand(time);
-    if (shown == nullptr) {
-        if (reach(time, interrupted) == Result::Stopped)
-            return {Outcome::Stopped, nullptr};
-    }
-    shown = keepAnswer(time);
+    const Result result = atHand(time) != nullptr ? Result::Found : reach(time, interrupted);
+    if (result == Result::Stopped)
+        return {Outcome::Stopped, nullptr};
+    const Shown *shown = keepAnswer(time, result != Result::BrokenOff);
     if (shown == nullptr)
         return {Outcome::None, nullptr};
     return {Outcome::Found, shown->frame.get()};
@@ -126,9 +124,10 @@ PictureFinder::Answer PictureFinder::find(std::int64_t time, const Interrupted &
 void PictureFinder::workAhead(const Interrupted &interrupted)
 {
     for (const std::int64_t time : m_expected) {
-        if (atHand(time) == nullptr && reach(time, interrupted) == Result::Stopped)
+        const Result result = atHand(time) != nullptr ? Result::Found : reach(time, interrupted);
+        if (result == Result::Stopped || result == Result::BrokenOff)
             return;
-        (void)keepAnswer(time);
+        (void)keepAnswer(time, true);
     }
 }
 
@@ -203,7 +202,8 @@ PictureFinder::Result PictureFinder::seekAndDecode(std::int64_t time, const Inte
             const bool isNew = keySlot && (!failedKey || m_startKey < *failedKey);
             if (isNew && m_startKey <= time) {
                 const Result result = decodeUpTo(time, interrupted);
-                if (result != Result::Late && result != Result::Passed)
+                const bool isNone = result == Result::BrokenOff && !m_lastShown;
+                if (result != Result::Late && result != Result::Passed && !isNone)
                     return result;
             }
         }
@@ -221,7 +221,7 @@ PictureFinder::Result PictureFinder::seekAndDecode(std::int64_t time, const Inte
         return Result::Stopped;
     if (!m_file->rewind()) {
         m_standing = false;
-        return Result::Late;
+        return Result::BrokenOff;
     }
     restart();
     return decodeUpTo(time, interrupted);
@@ -275,6 +275,8 @@ PictureFinder::Result PictureFinder::decodeUpTo(std::int64_t time, const Interru
         case Progress::Fed:
             break;
         case Progress::End:
+            if (!m_file->isAtEnd())
+                return Result::BrokenOff;
             if (!shown)
                 return Result::Late;
             m_end = Shown{reference(*m_recent.back().frame), m_recent.back().from, latest};
@@ -337,7 +339,8 @@ void PictureFinder::readOne()
         enqueue(std::move(packet));
     } else {
         m_fileEnded = true;
-        m_complete = latest;
+        if (m_file->isAtEnd())
+            m_complete = latest;
     }
 }
 
@@ -460,7 +463,7 @@ const PictureFinder::Shown *PictureFinder::atHand(std::int64_t time) const
     return nullptr;
 }
 
-const PictureFinder::Shown *PictureFinder::keepAnswer(std::int64_t time)
+const PictureFinder::Shown *PictureFinder::keepAnswer(std::int64_t time, bool lasting)
 {
     const auto isKept = [this](const Shown *shown) {
         return (m_end && shown == &*m_end)
@@ -485,8 +488,11 @@ const PictureFinder::Shown *PictureFinder::keepAnswer(std::int64_t time)
         if (best == nullptr && !m_first)
             return nullptr;
         const std::int64_t from = best == nullptr ? time : best->from;
-        answer = {reference(best == nullptr ? *m_first : *best->frame),
-                  std::max(from, lastTimeUpTo(time).value_or(from)), time + 1};
+        answer = {reference(best == nullptr ? *m_first : *best->frame), from, from};
+        if (lasting) {
+            answer.from = std::max(from, lastTimeUpTo(time).value_or(from));
+            answer.until = time + 1;
+        }
     }
     if (!answer.frame)
         return nullptr;

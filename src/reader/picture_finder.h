@@ -23,7 +23,7 @@
 ///  4. Packets are read ahead until it is certain which of them is the last one not later than the time. On the way
 ///     there, packets that nothing refers to are left out, and a later key packet makes all before it superfluous.
 ///  5. The decoder is fed until it gives that picture, or a later one, or no more: then the last picture that was
-///     not too late is the answer.
+///     not too late is the answer. Where the file cannot be read on, it is so only until it is asked for again.
 class PictureFinder {
 public:
     /// Null if there is no decoder for the film, or memory for its pictures.
@@ -72,7 +72,7 @@ private:
     };
     enum class Fate { Waiting, Sent, LeftOut };
     enum class Progress { Picture, Fed, End };
-    enum class Result { Found, Late, Passed, End, Stopped };
+    enum class Result { Found, Late, Passed, End, BrokenOff, Stopped };
 
     explicit PictureFinder(std::unique_ptr<FilmFile> file);
     [[nodiscard]] bool openDecoder();
@@ -101,7 +101,8 @@ private:
 
     // What is at hand.
     [[nodiscard]] const Shown *atHand(std::int64_t time) const;
-    [[nodiscard]] const Shown *keepAnswer(std::int64_t time);
+    /// `lasting` is false for an answer that is the best there is only now.
+    [[nodiscard]] const Shown *keepAnswer(std::int64_t time, bool lasting);
     [[nodiscard]] std::size_t capacity(std::size_t bytes, std::size_t least, std::size_t most) const;
 
     std::unique_ptr<FilmFile> m_file;

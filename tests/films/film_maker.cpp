@@ -7,7 +7,6 @@
 #include <QLockFile>
 #include <QProcess>
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -38,21 +37,20 @@ QByteArray outputIfGood(QProcess &process, const QString &what)
 
 QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
 {
+    const bool painted = spec.graph.isEmpty();
+    const QStringList rate = spec.rate.split('/');
+    const double seconds = spec.frames * rate.value(1, "1").toDouble() / rate.at(0).toDouble();
     QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error"};
-    if (spec.graph.isEmpty())
+    if (painted)
         arguments << "-i" << "pipe:0";
-    if (!spec.audio.isEmpty()) {
-        const QStringList rate = spec.rate.split('/');
-        const double seconds = spec.frames * rate.value(1, "1").toDouble() / rate.at(0).toDouble();
+    if (!spec.audio.isEmpty())
         arguments << "-f" << "lavfi" << "-t" << QString::number(seconds, 'f', 6) << "-i"
                   << "sine=frequency=440:sample_rate=48000";
-    }
-    if (!spec.graph.isEmpty()) {
+    if (!painted)
         arguments << "-filter_complex" << spec.graph << "-map" << "[picture]" << "-frames:v"
                   << QString::number(spec.frames);
-        if (!spec.audio.isEmpty())
-            arguments << "-map" << "0:a";
-    }
+    if (!painted && !spec.audio.isEmpty())
+        arguments << "-map" << "0:a";
     arguments << "-map_metadata" << "-1" << "-fflags" << "+bitexact" << spec.video;
     return arguments << spec.audio << spec.container << output;
 }
@@ -108,11 +106,11 @@ const std::vector<FilmSpec> &standardFilms()
 
 const FilmSpec &standardFilm(const QString &file)
 {
-    const auto &films = standardFilms();
-    const auto found = std::find_if(films.begin(), films.end(), [&](const auto &film) { return film.file == file; });
-    if (found == films.end())
-        throw std::logic_error("no standard film " + file.toStdString());
-    return *found;
+    for (const FilmSpec &film : standardFilms()) {
+        if (film.file == file)
+            return film;
+    }
+    throw std::logic_error("no standard film " + file.toStdString());
 }
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)
@@ -128,20 +126,19 @@ QString makeFilm(const FilmSpec &spec)
     const QDir folder(QStringLiteral(TAVRIN_FILMS_FOLDER));
     folder.mkpath(".");
     const QString path = folder.filePath(spec.file);
-    const QString recipe = QStringList{painter,
-                                       QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
-                                       QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
-                                       QString::number(spec.frames),
-                                       spec.rate,
-                                       QString::number(spec.rotation),
-                                       ffmpegArguments(spec, spec.file).join('\n')}
-                               .join('\n');
+    const QStringList ingredients{painter,
+                                  QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
+                                  QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
+                                  QString::number(spec.frames),
+                                  spec.rate,
+                                  QString::number(spec.rotation)};
+    const QByteArray recipe = (ingredients + ffmpegArguments(spec, spec.file)).join('\n').toUtf8();
     QLockFile lock(path + ".lock");
     lock.setStaleLockTime(0);
     if (!lock.tryLock(makingMilliseconds))
         throw std::runtime_error("cannot lock " + spec.file.toStdString());
     QFile made(path + ".recipe");
-    if (QFile::exists(path) && made.open(QIODevice::ReadOnly) && made.readAll() == recipe.toUtf8())
+    if (QFile::exists(path) && made.open(QIODevice::ReadOnly) && made.readAll() == recipe)
         return path;
     made.remove();
 
@@ -157,7 +154,7 @@ QString makeFilm(const FilmSpec &spec)
                                      + spec.container << path);
         QFile::remove(lying);
     }
-    if (!made.open(QIODevice::WriteOnly) || made.write(recipe.toUtf8()) < 0)
+    if (!made.open(QIODevice::WriteOnly) || made.write(recipe) < 0)
         throw std::runtime_error("cannot keep the recipe of " + spec.file.toStdString());
     return path;
 }

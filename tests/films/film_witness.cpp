@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 
 namespace {
 
@@ -16,9 +17,8 @@ QRect withoutBlackBorders(const QImage &gray)
 {
     QRect area;
     for (int y = 0; y < gray.height(); ++y) {
-        const uchar *row = gray.constScanLine(y);
         for (int x = 0; x < gray.width(); ++x) {
-            if (row[x] > darkestLight && !area.contains(x, y))
+            if (gray.constScanLine(y)[x] > darkestLight && !area.contains(x, y))
                 area |= QRect(x, y, 1, 1);
         }
     }
@@ -33,11 +33,8 @@ int meanOf(const QImage &gray, double left, double top, double width, double hei
     const int y0 = static_cast<int>(top + height * 0.3);
     const int y1 = std::max(static_cast<int>(top + height * 0.7), y0 + 1);
     int sum = 0;
-    for (int y = y0; y < y1; ++y) {
-        const uchar *row = gray.constScanLine(y);
-        for (int x = x0; x < x1; ++x)
-            sum += row[x];
-    }
+    for (int y = y0; y < y1; ++y)
+        sum = std::accumulate(gray.constScanLine(y) + x0, gray.constScanLine(y) + x1, sum);
     return sum / ((x1 - x0) * (y1 - y0));
 }
 

@@ -10,17 +10,11 @@
 
 int main(int count, char **arguments)
 {
-    if (count != 2 && count != 6) {
-        std::fputs("usage: read_film_number PICTURE [X Y WIDTH HEIGHT]\n", stderr);
-        return EXIT_FAILURE;
-    }
-    QImage picture(QString::fromLocal8Bit(arguments[1]));
+    QRect part;
     if (count == 6)
-        picture = picture.copy(std::atoi(arguments[2]), std::atoi(arguments[3]), std::atoi(arguments[4]),
-                               std::atoi(arguments[5]));
-    const std::optional<int> number = paintedFrameNumber(picture);
-    if (!number)
-        return EXIT_FAILURE;
-    std::printf("%d\n", *number);
-    return EXIT_SUCCESS;
+        part = {std::atoi(arguments[2]), std::atoi(arguments[3]), std::atoi(arguments[4]), std::atoi(arguments[5])};
+    const std::optional<int> number = paintedFrameNumber(QImage(QString::fromLocal8Bit(arguments[1])).copy(part));
+    if (number)
+        std::printf("%d\n", *number);
+    return number ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -1,7 +1,6 @@
-// fuzz_reader FILMS [SEED [FIRST]]: opens and reads mutated films, as many as FILMS, number FIRST (from 0) and the
-// following ones of those that SEED makes, each in a process of its own, and fails where the reader itself does: a
-// crash, a sanitizer's report, a read that is not answered, a film that takes too long. A film that made it fail is
-// kept in the current folder.
+// fuzz_reader FILMS [SEED]: opens and reads as many mutated films, made by SEED and the seeds after it, each in a
+// process of its own, and fails where the reader itself does: a crash, a sanitizer's report, a read that is not
+// answered, a film that takes too long. A film that made it fail is kept in the current folder.
 
 #include "reader_films.h"
 
@@ -13,15 +12,15 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
-#include <random>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Films = std::vector<QByteArray>;
 
 /// After this a film's work is interrupted, which is no answer; after `hangs` it has not even been interrupted.
 constexpr std::chrono::seconds patience(10);
@@ -30,9 +29,9 @@ constexpr unsigned hangs = 30;
 /// How the process of a film ends; others are failures that it does not know of.
 enum Outcome { NotOpened = 10, Answered, NotAnswered };
 
-std::vector<QByteArray> smallFilms()
+Films smallFilms()
 {
-    std::vector<QByteArray> contents;
+    Films contents;
     for (ReaderFilm film : readerFilms()) {
         if (film.copiedFrom > 0.0 || film.cutBytes > 0)
             continue;
@@ -46,23 +45,21 @@ std::vector<QByteArray> smallFilms()
 
 class Mutation {
 public:
-    Mutation(quint32 seed, std::int64_t film)
-    {
-        std::seed_seq both{std::uint32_t(seed), static_cast<std::uint32_t>(film)};
-        m_random.seed(both);
-    }
+    explicit Mutation(quint32 seed) : m_random(seed) {}
 
-    QByteArray of(const std::vector<QByteArray> &films)
+    QByteArray of(const Films &films)
     {
-        QByteArray bytes = films[static_cast<std::size_t>(below(std::ssize(films)))];
+        QByteArray bytes = oneOf(films);
         for (qsizetype changes = 1 + below(4); changes > 0 && bytes.size() > 16; --changes)
-            apply(bytes, films[static_cast<std::size_t>(below(std::ssize(films)))]);
+            change(bytes, oneOf(films));
         return bytes;
     }
 
-    qsizetype below(qsizetype bound) { return std::uniform_int_distribution<qsizetype>(0, bound - 1)(m_random); }
+    qsizetype below(qsizetype bound) { return m_random.bounded(static_cast<int>(bound)); }
 
 private:
+    const QByteArray &oneOf(const Films &films) { return films[static_cast<std::size_t>(below(std::ssize(films)))]; }
+
     // Headers lie at a file's ends more often than in its middle.
     qsizetype place(const QByteArray &bytes)
     {
@@ -71,44 +68,31 @@ private:
         return end == 0 ? below(edge) : end == 1 ? bytes.size() - 1 - below(edge) : below(bytes.size());
     }
 
-    void apply(QByteArray &bytes, const QByteArray &other)
+    void change(QByteArray &bytes, const QByteArray &other)
     {
         const qsizetype at = place(bytes);
         const qsizetype length = 1 + below(below(2) == 0 ? 16 : 4096);
-        switch (below(7)) {
-        case 0:
-            for (qsizetype flips = 1 + below(64); flips > 0; --flips)
-                flip(bytes, place(bytes));
-            break;
-        case 1:
-            flip(bytes, at);
-            break;
-        case 2: {
-            static const char *const extremes[] = {"00000000", "00000001", "0000007f", "00000080", "000000ff",
-                                                   "0000ffff", "7fffffff", "80000000", "ffffffff"};
-            const QByteArray value = QByteArray::fromHex(extremes[below(std::ssize(extremes))]);
-            const QByteArray written = below(2) == 0 ? value : value.last(2);
-            bytes.replace(at, written.size(), written);
-            break;
-        }
-        case 3:
+        const qsizetype kind = below(6);
+        if (kind == 0) {
+            for (qsizetype flips = below(2) == 0 ? 1 : 1 + below(64); flips > 0; --flips)
+                bytes.data()[place(bytes)] ^= static_cast<char>(1 << below(8));
+        } else if (kind == 1) {
+            const char *const extremes[] = {"00000000", "00000001", "0000007f", "00000080", "000000ff",
+                                            "0000ffff", "7fffffff", "80000000", "ffffffff"};
+            const QByteArray value = QByteArray::fromHex(extremes[below(std::ssize(extremes))]).last(2 + 2 * below(2));
+            bytes.replace(at, value.size(), value);
+        } else if (kind == 2) {
             bytes.remove(at, length);
-            break;
-        case 4:
+        } else if (kind == 3) {
             bytes.insert(at, bytes.mid(place(bytes), length));
-            break;
-        case 5:
+        } else if (kind == 4) {
             bytes.replace(at, length, other.mid(place(other), length));
-            break;
-        default:
+        } else {
             bytes.truncate(std::max<qsizetype>(at, 16));
-            break;
         }
     }
 
-    void flip(QByteArray &bytes, qsizetype at) { bytes[at] = static_cast<char>(bytes[at] ^ (1 << below(8))); }
-
-    std::mt19937 m_random;
+    QRandomGenerator m_random;
 };
 
 Outcome readFilm(const QString &path, Mutation &random)
@@ -134,70 +118,44 @@ Outcome readFilm(const QString &path, Mutation &random)
     return Answered;
 }
 
-/// The status that the process of a film ends with.
-int statusOfReading(const QString &path, Mutation &random)
-{
-    const pid_t process = fork();
-    if (process < 0)
-        throw std::runtime_error("cannot start a process");
-    if (process == 0) {
-        alarm(hangs);
-        _exit(readFilm(path, random)); // leaks of the libraries on damaged films are not the matter here
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    return status;
-}
-
-int fuzz(int count, quint32 seed, int first)
-{
-    const std::vector<QByteArray> films = smallFilms();
-    std::printf("%d mutations of %zu films, seed %u\n", count, films.size(), seed);
-    std::fflush(stdout);
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("film");
-    int opened = 0;
-    int failures = 0;
-    for (int number = first; number < first + count; ++number) {
-        Mutation mutation(seed, number);
-        writeFile(path, mutation.of(films));
-        const int status = statusOfReading(path, mutation);
-        const int outcome = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        opened += outcome == Answered ? 1 : 0;
-        if (outcome == Answered || outcome == NotOpened)
-            continue;
-        ++failures;
-        const bool hung = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-        const QString kept = QString("fuzz_%1_%2").arg(seed).arg(number);
-        QFile::remove(kept);
-        QFile::copy(path, kept);
-        std::printf("film %d: %s; kept as %s\n", number,
-                    outcome == NotAnswered ? "a read was not answered"
-                    : hung                 ? "the reader hangs"
-                                           : "the reader crashed",
-                    qPrintable(kept));
-        std::fflush(stdout);
-    }
-    std::printf("%d films tried, %d read, %d failures\n", count, opened, failures);
-    return failures == 0 && opened > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
 } // namespace
 
 int main(int count, char **arguments)
 {
     const int films = count > 1 ? std::atoi(arguments[1]) : 0;
-    if (films < 1) {
-        std::fputs("usage: fuzz_reader FILMS [SEED [FIRST]]\n", stderr);
-        return EXIT_FAILURE;
-    }
+    const auto firstSeed = count > 2 ? static_cast<quint32>(std::strtoul(arguments[2], nullptr, 10))
+                                     : QRandomGenerator::global()->generate();
     av_log_set_level(AV_LOG_QUIET);
-    try {
-        const auto seed = count > 2 ? static_cast<quint32>(std::strtoul(arguments[2], nullptr, 10))
-                                    : QRandomGenerator::global()->generate();
-        return fuzz(films, seed, count > 3 ? std::max(std::atoi(arguments[3]), 0) : 0);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return EXIT_FAILURE;
+    const Films originals = smallFilms();
+    std::printf("%d mutations of %zu films, seed %u\n", films, originals.size(), firstSeed);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("film");
+    int opened = 0;
+    int failures = 0;
+    for (int number = 0; number < films; ++number) {
+        const quint32 seed = firstSeed + static_cast<quint32>(number);
+        Mutation mutation(seed);
+        writeFile(path, mutation.of(originals));
+        std::fflush(stdout);
+        const pid_t process = fork();
+        if (process == 0) {
+            alarm(hangs);
+            _exit(readFilm(path, mutation)); // leaks of the libraries on damaged films are not the matter here
+        }
+        int status = 0;
+        if (waitpid(process, &status, 0) != process)
+            return EXIT_FAILURE;
+        const int outcome = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        opened += outcome == Answered ? 1 : 0;
+        if (outcome == Answered || outcome == NotOpened)
+            continue;
+        ++failures;
+        const QString kept = QString("fuzz_%1").arg(seed);
+        QFile::copy(path, kept);
+        std::printf("%s: %s\n", qPrintable(kept), outcome == NotAnswered ? "a read is not answered"
+                                                 : outcome == -1        ? strsignal(WTERMSIG(status))
+                                                                        : "the reader fails");
     }
+    std::printf("%d films tried, %d read, %d failures\n", films, opened, failures);
+    return failures == 0 && opened > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -9,23 +9,6 @@
 
 #include <limits>
 
-// Films that a reader could give up on: it answers every read of them, and in time.
-
-class HardFilmsTest : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void damagedStretch_data();
-    void damagedStretch();
-    void withoutAnyPictureItIsBlack();
-    void aShortenedFilmIsReadToItsEnd_data();
-    void aShortenedFilmIsReadToItsEnd();
-    void tenHours_data();
-    void tenHours();
-    void picturesLargerThanCanBeHeldAreRefused();
-};
-
 namespace {
 
 void addFilms(std::initializer_list<const char *> names)
@@ -37,16 +20,52 @@ void addFilms(std::initializer_list<const char *> names)
 
 } // namespace
 
-void HardFilmsTest::damagedStretch_data()
-{
-    addFilms({"reader_h264.mp4", "reader_h264.mkv", "reader_h264.ts", "reader_h264.avi", "reader_h264.flv",
-              "reader_hevc.mp4", "reader_hevc.ts", "reader_mpeg2.ts", "reader_mpeg2.mpg", "reader_mpeg4.avi",
-              "reader_vp9.webm", "reader_av1.mkv", "reader_mjpeg.avi", "reader_wmv2.wmv"});
-}
+// Films that a reader could give up on: it answers every read of them, and in time.
+
+class HardFilmsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void damagedStretch_data()
+    {
+        addFilms({"reader_h264.mp4", "reader_h264.mkv", "reader_h264.ts", "reader_h264.avi", "reader_h264.flv",
+                  "reader_hevc.mp4", "reader_hevc.ts", "reader_mpeg2.ts", "reader_mpeg2.mpg", "reader_mpeg4.avi",
+                  "reader_vp9.webm", "reader_av1.mkv", "reader_mjpeg.avi", "reader_wmv2.wmv"});
+    }
+    void damagedStretch();
+    void withoutAnyPictureItIsBlack();
+    void aShortenedFilmIsReadToItsEnd_data()
+    {
+        addFilms({"reader_h264.mkv", "reader_h264.ts", "reader_h264.flv", "reader_h264_fragments.mp4",
+                  "reader_hevc.ts", "reader_mpeg2.mpg", "reader_mpeg4.avi", "reader_vp9.webm"});
+    }
+    void aShortenedFilmIsReadToItsEnd();
+    void aFileThatCannotBeRead_data()
+    {
+        addFilms({"reader_h264.mp4", "reader_h264.ts", "reader_h264.mkv", "reader_mpeg4.avi", "reader_mpeg2.mpg",
+                  "reader_h264.h264"});
+    }
+    void aFileThatCannotBeRead();
+    void tenHours_data() { addFilms({"film.mkv", "film.ts", "film.mp4", "film.avi"}); }
+    void tenHours();
+    void picturesLargerThanCanBeHeldAreRefused();
+
+private:
+    std::unique_ptr<Film> filmOf(const QByteArray &bytes, const Interrupted &ended = never)
+    {
+        writeFile(m_path, bytes);
+        return Film::open(m_path.toStdString(), never, ended);
+    }
+    static std::optional<int> numberAt(Film &film, int index) { return paintedFrameNumber(readPicture(film, index)); }
+
+    const QTemporaryDir m_folder;
+    const QString m_path = m_folder.filePath("film");
+};
 
 void HardFilmsTest::damagedStretch()
 {
-    QFETCH(QString, name);
+    QFETCH(const QString, name);
     const QString whole = readerFilm(name);
     QByteArray bytes = contentOf(whole);
     const quint32 seed = QRandomGenerator::global()->generate();
@@ -54,11 +73,7 @@ void HardFilmsTest::damagedStretch()
     QRandomGenerator random(seed);
     for (qsizetype at = bytes.size() * 45 / 100; at < bytes.size() * 55 / 100; ++at)
         bytes[at] = static_cast<char>(random.generate());
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(name);
-    writeFile(path, bytes);
-
-    const auto film = Film::open(path.toStdString(), never, never);
+    const auto film = filmOf(bytes);
     QVERIFY(film);
     const std::vector<WitnessedPicture> pictures = witnessedPictures(whole);
     for (const int index : {129, 0, 60, 64, 65, 66, 67, 70, 20, 128, 30, 65}) {
@@ -81,10 +96,7 @@ void HardFilmsTest::withoutAnyPictureItIsBlack()
     const qsizetype table = bytes.indexOf("moov");
     QVERIFY(data > 0 && table > data);
     std::fill(bytes.begin() + data + 4, bytes.begin() + table - 4, '\0');
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("nothing.mp4");
-    writeFile(path, bytes);
-    const auto film = Film::open(path.toStdString(), never, never);
+    const auto film = filmOf(bytes);
     QVERIFY(film);
     QImage black(160, 120, QImage::Format_BGR888);
     black.fill(Qt::black);
@@ -92,38 +104,42 @@ void HardFilmsTest::withoutAnyPictureItIsBlack()
         QCOMPARE(readPicture(*film, index), black);
 }
 
-void HardFilmsTest::aShortenedFilmIsReadToItsEnd_data()
-{
-    addFilms({"reader_h264.mkv", "reader_h264.ts", "reader_h264.flv", "reader_h264_fragments.mp4", "reader_hevc.ts",
-              "reader_mpeg2.mpg", "reader_mpeg4.avi", "reader_vp9.webm"});
-}
-
 // A download that was broken off.
 void HardFilmsTest::aShortenedFilmIsReadToItsEnd()
 {
-    QFETCH(QString, name);
+    QFETCH(const QString, name);
     const QByteArray bytes = contentOf(readerFilm(name));
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(name);
-    writeFile(path, bytes.first(bytes.size() * 6 / 10));
-    const auto film = Film::open(path.toStdString(), never, never);
+    const auto film = filmOf(bytes.first(bytes.size() * 6 / 10));
     QVERIFY(film);
-    const auto last = paintedFrameNumber(readPicture(*film, 129));
+    const auto last = numberAt(*film, 129);
     // The last picture itself may be broken off.
     QVERIFY2(!last || (*last > 40 && *last < 129), qPrintable(QString::number(*last)));
     QCOMPARE(readPicture(*film, 1'000'000), readPicture(*film, 129));
-    QCOMPARE(paintedFrameNumber(readPicture(*film, 40)), 40);
-    QCOMPARE(paintedFrameNumber(readPicture(*film, 25)), 25);
+    QCOMPARE(numberAt(*film, 40), 40);
+    QCOMPARE(numberAt(*film, 25), 25);
 }
 
-void HardFilmsTest::tenHours_data()
+void HardFilmsTest::aFileThatCannotBeRead()
 {
-    addFilms({"film.mkv", "film.ts", "film.mp4", "film.avi"});
+    QFETCH(const QString, name);
+    bool away = false;
+    const auto film = filmOf(contentOf(readerFilm(name)), [&away] { return away; });
+    QVERIFY(film);
+    away = true;
+    const int before = numberAt(*film, 100).value_or(100);
+    QVERIFY2(before < 100, qPrintable(QString::number(before)));
+    // What could not be read is not the film's end.
+    away = false;
+    QCOMPARE(numberAt(*film, 100), 100);
+
+    QVERIFY(QFile::resize(m_path, 500));
+    for (const int index : {5, 129, 60, 0, 77})
+        QVERIFY(!readPicture(*film, index).isNull());
 }
 
 void HardFilmsTest::tenHours()
 {
-    QFETCH(QString, name);
+    QFETCH(const QString, name);
     constexpr int pictures = 100;
     constexpr int rounds = 9000;
     const bool avi = name.endsWith(".avi");
@@ -133,8 +149,7 @@ void HardFilmsTest::tenHours()
                                    .frames = pictures,
                                    .video = codec.split(' '),
                                    .audio = {}});
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(name);
+    const QString path = m_folder.filePath(name);
     (void)outputOf("ffmpeg", {"-nostdin", "-v", "error", "-stream_loop", QString::number(rounds - 1), "-i",
                               made, "-c", "copy", path});
 
@@ -146,8 +161,7 @@ void HardFilmsTest::tenHours()
     QVERIFY2(std::abs(film->frameCount() - pictures * rounds) <= 25, qPrintable(QString::number(film->frameCount())));
     for (const int index : {450'010, 12, 899'999, 2'000'000, 300'033, 300'034, 77}) {
         clock.restart();
-        const auto number = paintedFrameNumber(readPicture(*film, index));
-        QCOMPARE(number, std::min(index, pictures * rounds - 1) % pictures);
+        QCOMPARE(numberAt(*film, index), std::min(index, pictures * rounds - 1) % pictures);
         QVERIFY2(clock.elapsed() < 2000, qPrintable(QString("%1: %2 ms").arg(index).arg(clock.elapsed())));
     }
 }

@@ -7,7 +7,6 @@
 #include <QWidget>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 // The reader's pictures against those that the player shows: the same size, the same moment, the same colours.
@@ -25,25 +24,19 @@ namespace {
 
 FilmSpec spec(const QString &file, const QString &video, QSize size = {192, 108}, int rotation = 0)
 {
-    return {.file = "agree_" + file,
-            .size = size,
-            .frames = 40,
-            .video = video.split(' '),
-            .audio = {},
+    return {.file = "agree_" + file, .size = size, .frames = 40, .video = video.split(' '), .audio = {},
             .rotation = rotation};
 }
 
-// Mean difference of each channel (red, green, blue), over all pixels.
-std::array<double, 3> meanDifference(const QImage &one, const QImage &other)
+// The largest of the channels' mean differences over all pixels.
+double meanDifference(const QImage &one, const QImage &other)
 {
-    std::array<double, 3> sums{};
+    double sums[3] = {};
     for (int y = 0; y < one.height(); ++y) {
         for (int x = 0; x < one.width() * 3; ++x)
-            sums[static_cast<std::size_t>(x % 3)] += std::abs(one.constScanLine(y)[x] - other.constScanLine(y)[x]);
+            sums[x % 3] += std::abs(one.constScanLine(y)[x] - other.constScanLine(y)[x]);
     }
-    for (double &sum : sums)
-        sum /= one.width() * one.height();
-    return sums;
+    return *std::max_element(sums, sums + 3) / (one.width() * one.height());
 }
 
 } // namespace
@@ -60,6 +53,7 @@ void PlayerAgreementTest::pictures_data()
         spec("smpte240.mkv", colourful + "yuv420p -colorspace smpte240m"),
         spec("large.mp4", colourful + "yuv420p", {1280, 720}),
         spec("full.mp4", x264 + "scale=out_range=full,format=yuv420p -color_range pc"),
+        spec("full10.mkv", x264 + "scale=out_range=full,format=yuv420p10le -color_range pc"),
         spec("10bit.mp4", colourful + "yuv420p10le"),
         spec("wide_pixels.mp4", x264 + "setsar=64/45,format=yuv420p"),
         spec("high_pixels.mkv", x264 + "setsar=8/9,format=yuv420p"),
@@ -100,10 +94,8 @@ void PlayerAgreementTest::pictures()
         QCOMPARE(paintedFrameNumber(found), paintedFrameNumber(shown));
         // The two enlarge the colour planes in different ways; another matrix or range makes more of a difference.
         constexpr double mostDifference = 3.5;
-        const auto difference = meanDifference(shown, found);
-        QVERIFY2(*std::max_element(difference.begin(), difference.end()) < mostDifference,
-                 qPrintable(QString("%1: red %2, green %3, blue %4").arg(index).arg(difference[0]).arg(difference[1])
-                                .arg(difference[2])));
+        const double difference = meanDifference(shown, found);
+        QVERIFY2(difference < mostDifference, qPrintable(QString("%1: %2").arg(index).arg(difference)));
     }
 }
 

@@ -38,85 +38,73 @@ std::vector<ReaderFilm> allFilms()
     const QString odd = "-vf crop=iw-5:ih-3:exact=1 ";
     const QString palette = "-vf format=rgb8,format=pal8 -c:v ";
     const QString dv = "-vf scale=720:576,setdar=4/3 -c:v dvvideo -pix_fmt yuv420p";
+    const std::pair<QString, QStringList> inContainers[] = {
+        {bFrames, {"h264.mp4", "h264.ts", "h264.flv", "h264.avi", "h264.3gp", "h264.h264"}},
+        {openGroups, {"h264_open.mp4", "h264_open.ts", "h264_open.avi"}},
+        {x264 + "keyint=infinite:bframes=2", {"h264_one_group.mp4"}},
+        {x264 + "keyint=30:intra-refresh=1:bframes=0", {"h264_intra_refresh.ts"}},
+        {x264 + "keyint=30:tff=1:bframes=2" + interlaced, {"h264_interlaced.ts", "h264_interlaced.mp4"}},
+        {x264 + "keyint=60:ref=16:bframes=8:b-pyramid=normal:b-adapt=0 -preset fast", {"h264_16refs.mkv"}},
+        {hevc, {"hevc.mp4", "hevc.mkv", "hevc.ts"}},
+        {hevcOpen, {"hevc_open.ts", "hevc_open.mp4"}},
+        {x265 + "keyint=30:bframes=4:b-pyramid=1:temporal-layers=3", {"hevc_layers.mp4"}},
+        {mpeg2, {"mpeg2.ts", "mpeg2.mkv", "mpeg2.m2v"}},
+        {mpeg2 + interlaced + " -top 1", {"mpeg2_interlaced.ts"}},
+        // A colour matrix that no standard names.
+        {mpeg2 + " -bsf:v mpeg2_metadata=matrix_coefficients=70", {"mpeg2_matrix.m2v"}},
+        {"-c:v mpeg1video -q:v 4 -g 12 -bf 2", {"mpeg1.mpg"}},
+        {mpeg4, {"mpeg4.avi"}},
+        {mpeg4 + " -bf 2", {"mpeg4_b.avi", "mpeg4_b.mp4"}},
+        {"-c:v libxvid -q:v 4 -g 30 -bf 2", {"packed.avi"}},
+        {"-c:v libvpx -g 40 -deadline realtime -cpu-used 8 -auto-alt-ref 1 -lag-in-frames 10", {"vp8.webm"}},
+        {vp9 + "good -auto-alt-ref 1 -lag-in-frames 16", {"vp9.webm"}},
+        {vp9 + "realtime", {"vp9.mp4"}},
+        {vp9 + "realtime -pix_fmt yuv420p10le", {"vp9_10.webm"}},
+        {"-c:v libsvtav1 -preset 12 -g 40", {"av1.mp4"}},
+        {"-c:v libsvtav1 -preset 12 -g 40 -pix_fmt yuv420p10le", {"av1_10.mp4"}},
+        {"-c:v libaom-av1 -cpu-used 8 -usage realtime -g 40", {"av1.mkv"}},
+        {"-c:v mjpeg -q:v 4", {"mjpeg.avi"}},
+        {"-c:v mjpeg -q:v 4 -pix_fmt yuvj444p", {"mjpeg_444.mov"}},
+        {"-c:v prores_ks -profile:v 0", {"prores.mov"}},
+        {"-c:v msmpeg4 -q:v 4 -g 30", {"msmpeg4.asf"}},
+        {"-c:v wmv2 -q:v 4 -g 30", {"wmv2.wmv"}},
+        {"-c:v libtheora -q:v 7 -g 32", {"theora.ogv"}},
+        {"-c:v flv -q:v 4 -g 30", {"flv1.flv"}},
+        {"-c:v ffv1", {"ffv1.mkv"}},
+        {"-c:v gif", {"gif.gif"}},
+        {"-c:v huffyuv", {"huffyuv.avi"}},
+        {"-c:v utvideo", {"utvideo.avi"}},
+        // Other kinds of pixels.
+        {x264Other + "yuv420p10le", {"h264_10.mp4"}},
+        {x264Other + "yuv422p", {"h264_422.mkv"}},
+        {x264Other + "yuv444p", {"h264_444.mp4"}},
+        {"-c:v libx264rgb -preset veryfast -pix_fmt bgr24 -g 40", {"h264_rgb.mkv"}},
+        {x265 + "keyint=30 -pix_fmt yuv420p10le", {"hevc_10.mkv"}},
+        {odd + "-c:v ffv1 -pix_fmt yuv420p", {"odd.mkv"}},
+        {odd + x264Other + "yuv444p", {"odd.mp4"}},
+        {palette + "png", {"palette.mov"}},
+        {palette + "rawvideo", {"palette.avi"}},
+        {"-c:v rawvideo -pix_fmt bgr24", {"raw_bgr.avi"}},
+        {"-c:v rawvideo -pix_fmt rgb555le", {"raw_rgb555.avi"}},
+        {"-c:v rawvideo -pix_fmt yuyv422", {"raw_yuy2.avi"}},
+        {"-c:v qtrle -pix_fmt argb", {"alpha.mov"}},
+        {"-c:v png -pix_fmt rgba", {"alpha_png.mov"}},
+        {"-c:v prores_ks -profile:v 4444 -pix_fmt yuva444p10le", {"alpha_prores.mov"}},
+        {"-c:v ffv1 -pix_fmt gray", {"gray.mkv"}},
+    };
     FilmSpec rotated = spec("rotated.mp4", "-vf transpose=cclock " + bFrames);
     rotated.rotation = 90;
-    return {
-        {spec("h264.mp4", bFrames)},
+    std::vector<ReaderFilm> films = {
         {spec("h264.mkv", bFrames, {}, "24000/1001")},
         {spec("h264.mov", bFrames, {}, "60000/1001")},
-        {spec("h264.ts", bFrames)},
-        {spec("h264.flv", bFrames)},
-        {spec("h264.avi", bFrames)},
-        {spec("h264.3gp", bFrames)},
-        {spec("h264.h264", bFrames)},
-        {spec("h264_open.mp4", openGroups)},
-        {spec("h264_open.ts", openGroups)},
         {spec("h264_open.mkv", openGroups, {}, "30000/1001")},
-        {spec("h264_open.avi", openGroups)},
-        {spec("h264_one_group.mp4", x264 + "keyint=infinite:bframes=2")},
-        {spec("h264_intra_refresh.ts", x264 + "keyint=30:intra-refresh=1:bframes=0")},
         {spec("h264_fragments.mp4", bFrames, "-movflags frag_keyframe+empty_moov")},
         {spec("h264_offset.mkv", bFrames, "-output_ts_offset 17.3")},
         {spec("h264_offset.ts", bFrames, "-output_ts_offset 95000")},
         {spec("h264_offset.mp4", bFrames, "-output_ts_offset 5.5")},
-        {spec("h264_interlaced.ts", x264 + "keyint=30:tff=1:bframes=2" + interlaced)},
-        {spec("h264_interlaced.mp4", x264 + "keyint=30:tff=1:bframes=2" + interlaced)},
-        {spec("h264_16refs.mkv", x264 + "keyint=60:ref=16:bframes=8:b-pyramid=normal:b-adapt=0 -preset fast")},
-        {spec("hevc.mp4", hevc)},
-        {spec("hevc.mkv", hevc)},
-        {spec("hevc.ts", hevc)},
-        {spec("hevc_open.ts", hevcOpen)},
-        {spec("hevc_open.mp4", hevcOpen)},
-        {spec("hevc_layers.mp4", x265 + "keyint=30:bframes=4:b-pyramid=1:temporal-layers=3")},
         {spec("mpeg2.mpg", mpeg2, "-f vob")},
-        {spec("mpeg2.ts", mpeg2)},
-        {spec("mpeg2.mkv", mpeg2)},
-        {spec("mpeg2.m2v", mpeg2)},
         {spec("mpeg2_offset.mpg", mpeg2, "-f vob -output_ts_offset 700")},
-        {spec("mpeg2_interlaced.ts", mpeg2 + interlaced + " -top 1")},
         {spec("mpeg2_interlaced.mpg", mpeg2 + interlaced + " -top 0", "-f vob")},
-        // A colour matrix that no standard names.
-        {spec("mpeg2_matrix.m2v", mpeg2 + " -bsf:v mpeg2_metadata=matrix_coefficients=70")},
-        {spec("mpeg1.mpg", "-c:v mpeg1video -q:v 4 -g 12 -bf 2")},
-        {spec("mpeg4.avi", mpeg4)},
-        {spec("mpeg4_b.avi", mpeg4 + " -bf 2")},
-        {spec("mpeg4_b.mp4", mpeg4 + " -bf 2")},
-        {spec("packed.avi", "-c:v libxvid -q:v 4 -g 30 -bf 2")},
-        {spec("vp8.webm", "-c:v libvpx -g 40 -deadline realtime -cpu-used 8 -auto-alt-ref 1 -lag-in-frames 10")},
-        {spec("vp9.webm", vp9 + "good -auto-alt-ref 1 -lag-in-frames 16")},
-        {spec("vp9.mp4", vp9 + "realtime")},
-        {spec("vp9_10.webm", vp9 + "realtime -pix_fmt yuv420p10le")},
-        {spec("av1.mp4", "-c:v libsvtav1 -preset 12 -g 40")},
-        {spec("av1_10.mp4", "-c:v libsvtav1 -preset 12 -g 40 -pix_fmt yuv420p10le")},
-        {spec("av1.mkv", "-c:v libaom-av1 -cpu-used 8 -usage realtime -g 40")},
-        {spec("mjpeg.avi", "-c:v mjpeg -q:v 4")},
-        {spec("mjpeg_444.mov", "-c:v mjpeg -q:v 4 -pix_fmt yuvj444p")},
-        {spec("prores.mov", "-c:v prores_ks -profile:v 0")},
-        {spec("msmpeg4.asf", "-c:v msmpeg4 -q:v 4 -g 30")},
-        {spec("wmv2.wmv", "-c:v wmv2 -q:v 4 -g 30")},
-        {spec("theora.ogv", "-c:v libtheora -q:v 7 -g 32")},
-        {spec("flv1.flv", "-c:v flv -q:v 4 -g 30")},
-        {spec("ffv1.mkv", "-c:v ffv1")},
-        {spec("gif.gif", "-c:v gif")},
-        {spec("huffyuv.avi", "-c:v huffyuv")},
-        {spec("utvideo.avi", "-c:v utvideo")},
-        // Other kinds of pixels.
-        {spec("h264_10.mp4", x264Other + "yuv420p10le")},
-        {spec("h264_422.mkv", x264Other + "yuv422p")},
-        {spec("h264_444.mp4", x264Other + "yuv444p")},
-        {spec("h264_rgb.mkv", "-c:v libx264rgb -preset veryfast -pix_fmt bgr24 -g 40")},
-        {spec("hevc_10.mkv", x265 + "keyint=30 -pix_fmt yuv420p10le")},
-        {spec("odd.mkv", odd + "-c:v ffv1 -pix_fmt yuv420p")},
-        {spec("odd.mp4", odd + x264Other + "yuv444p")},
-        {spec("palette.mov", palette + "png")},
-        {spec("palette.avi", palette + "rawvideo")},
-        {spec("raw_bgr.avi", "-c:v rawvideo -pix_fmt bgr24")},
-        {spec("raw_rgb555.avi", "-c:v rawvideo -pix_fmt rgb555le")},
-        {spec("raw_yuy2.avi", "-c:v rawvideo -pix_fmt yuyv422")},
-        {spec("alpha.mov", "-c:v qtrle -pix_fmt argb")},
-        {spec("alpha_png.mov", "-c:v png -pix_fmt rgba")},
-        {spec("alpha_prores.mov", "-c:v prores_ks -profile:v 4444 -pix_fmt yuva444p10le")},
-        {spec("gray.mkv", "-c:v ffv1 -pix_fmt gray")},
         {.made = spec("dv.avi", dv), .anamorphic = true},
         {.made = spec("dv.dv", dv), .anamorphic = true},
         {.made = spec("anamorphic.mp4", "-vf setsar=12/11 " + bFrames), .anamorphic = true},
@@ -133,6 +121,11 @@ std::vector<ReaderFilm> allFilms()
         {.made = spec("cut_mpeg2.ts", mpeg2), .cutBytes = 188 * 60},
         {.made = spec("cut_mpeg2.mpg", mpeg2, "-f vob"), .cutBytes = 2048 * 11},
     };
+    for (const auto &[video, files] : inContainers) {
+        for (const QString &file : files)
+            films.push_back({spec(file, video)});
+    }
+    return films;
 }
 
 } // namespace
@@ -206,26 +199,21 @@ std::vector<WitnessedPicture> witnessedPictures(const QString &path, QSize slowl
                                                 : QString("scale=%1:%2:flags=bicubic+full_chroma_int+accurate_rnd")
                                                       .arg(slowlyTo.width())
                                                       .arg(slowlyTo.height());
-    const QByteArray lines =
-        outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
-                               + QStringList{"-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-copyts",
-                                             "-enc_time_base", "-1", "-vf", scale, "-pix_fmt", "bgr24", "-f",
-                                             "framemd5", "pipe:1"});
+    const QString output = "-map 0:v:0 -vsync passthrough -copyts -enc_time_base 1:1000000 -vf " + scale
+        + " -pix_fmt bgr24 -f framemd5 pipe:1";
+    const QByteArray lines = outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
+                                                    + QStringList{"-i", path} + output.split(' '));
     std::vector<WitnessedPicture> pictures;
-    double timeBase = 1.0;
     double first = 0.0;
     for (const QByteArray &line : lines.split('\n')) {
-        if (line.startsWith("#tb 0: ")) {
-            const QList<QByteArray> fraction = line.mid(7).trimmed().split('/');
-            timeBase = fraction.at(0).toDouble() / fraction.at(1).toDouble();
-        }
+        // Stream, decoding time, presentation time, duration, size, hash.
         const QList<QByteArray> fields = line.split(',');
         if (line.startsWith('#') || fields.size() < 6)
             continue;
-        const double time = fields.at(2).trimmed().toDouble() * timeBase;
+        const double seconds = fields[2].trimmed().toDouble() / 1e6;
         if (pictures.empty())
-            first = time;
-        pictures.push_back({QByteArray::fromHex(fields.at(5).trimmed()), time - first});
+            first = seconds;
+        pictures.push_back({QByteArray::fromHex(fields[5].trimmed()), seconds - first});
     }
     return pictures;
 }

@@ -2,7 +2,6 @@
 
 #include "util/frame_protocol.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -36,7 +35,7 @@ ScriptedClient::ScriptedClient(const std::string &shareName) : m_shareName(share
 ScriptedClient::~ScriptedClient()
 {
     m_process.reset();
-    while (m_number > 0 && children().contains(m_number))
+    while (children().contains(m_number))
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
@@ -58,16 +57,15 @@ void ScriptedClient::send(const std::string &command)
 
 std::optional<std::string> ScriptedClient::reply() const
 {
-    std::string block(frame_protocol::blockSize, '\0');
-    std::memcpy(block.data(), m_result->data(), block.size());
-    std::atomic_signal_fence(std::memory_order_seq_cst);
-    if (block.compare(0, m_sent.size(), m_sent) != 0)
+    const std::string block(resultBlock(), frame_protocol::blockSize);
+    if (!block.starts_with(m_sent))
         return std::nullopt;
-    return std::string(block.c_str() + m_sent.size() + 1);
+    return block.c_str() + m_sent.size() + 1;
 }
 
-std::optional<std::string> ScriptedClient::awaitReply(std::chrono::milliseconds patience) const
+std::optional<std::string> ScriptedClient::ask(const std::string &command, std::chrono::milliseconds patience)
 {
+    send(command);
     const auto deadline = std::chrono::steady_clock::now() + patience;
     auto found = reply();
     for (; !found && std::chrono::steady_clock::now() <= deadline; found = reply())
@@ -75,20 +73,14 @@ std::optional<std::string> ScriptedClient::awaitReply(std::chrono::milliseconds 
     return found;
 }
 
-std::optional<std::string> ScriptedClient::ask(const std::string &command, std::chrono::milliseconds patience)
-{
-    send(command);
-    return awaitReply(patience);
-}
-
 std::optional<ScriptedClient::OpenFilm> ScriptedClient::open(const std::string &path, int frames)
 {
     const auto text = ask("open " + path);
     OpenFilm film;
-    long long count = 0;
-    if (!text || std::sscanf(text->c_str(), "%d %d %lld %lf", &film.width, &film.height, &count, &film.frameRate) != 4)
+    if (!text
+        || std::sscanf(text->c_str(), "%d %d %lld %lf", &film.width, &film.height, &film.frameCount, &film.frameRate)
+            != 4)
         return std::nullopt;
-    film.frameCount = count;
     if (!ask("frames " + std::to_string(frames)) || !mapData(film.pictureBytes() * static_cast<std::size_t>(frames)))
         return std::nullopt;
     return film;

@@ -6,7 +6,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -15,12 +14,9 @@
 /// The program's side of the frame reader's protocol, word by word, with the built FrameReader at the other end.
 class ScriptedClient {
 public:
-    /// Starts a reader; `shareName` is empty for a reader that is given no name.
     explicit ScriptedClient(const std::string &shareName = "TAVRIN");
     /// Lets go of the reader and waits until it has ended.
     ~ScriptedClient();
-    ScriptedClient(const ScriptedClient &) = delete;
-    ScriptedClient &operator=(const ScriptedClient &) = delete;
 
     /// True if the reader lives and its blocks could be mapped.
     [[nodiscard]] bool isReady() const { return m_number > 0 && m_command && m_result && m_data && isAlive(); }
@@ -33,25 +29,20 @@ public:
     void send(const std::string &command);
     /// The reply to the command sent last, if there is one now.
     [[nodiscard]] std::optional<std::string> reply() const;
-    /// Waits for it, looking every millisecond.
-    [[nodiscard]] std::optional<std::string> awaitReply(std::chrono::milliseconds patience = defaultPatience) const;
+    /// Sends a command and waits for its reply, looking every millisecond.
     [[nodiscard]] std::optional<std::string> ask(const std::string &command,
-                                                 std::chrono::milliseconds patience = defaultPatience);
+                                                 std::chrono::milliseconds patience = std::chrono::seconds(20));
 
     struct OpenFilm {
-        std::int32_t width = 0;
-        std::int32_t height = 0;
-        std::int64_t frameCount = 0;
+        int width = 0;
+        int height = 0;
+        long long frameCount = 0;
         double frameRate = 0.0;
 
-        [[nodiscard]] std::size_t pictureBytes() const
-        {
-            return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
-        }
+        [[nodiscard]] std::size_t pictureBytes() const { return static_cast<std::size_t>(width * height) * 3; }
     };
     /// "open" and what follows it: the buffer is updated and mapped for `frames` frames.
     [[nodiscard]] std::optional<OpenFilm> open(const std::string &path, int frames = 1);
-
     /// "bufupdate", and the data block mapped at `size` bytes; false if it is smaller.
     [[nodiscard]] bool mapData(std::size_t size);
 
@@ -60,8 +51,6 @@ public:
     /// The raw command and result blocks.
     [[nodiscard]] char *commandBlock() const { return reinterpret_cast<char *>(m_command->data()); }
     [[nodiscard]] const char *resultBlock() const { return reinterpret_cast<char *>(m_result->data()); }
-
-    static constexpr std::chrono::milliseconds defaultPatience{20'000};
 
 private:
     [[nodiscard]] std::unique_ptr<SharedMemory> map(std::string_view block, std::size_t size) const;
