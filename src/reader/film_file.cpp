@@ -187,7 +187,8 @@ std::int64_t FilmFile::pictureCount() const
     if (m_stream->nb_frames > 0)
         return m_stream->nb_frames;
     const AVRational length = av_mul_q(av_inv_q(frameRate()), av_inv_q(m_stream->time_base));
-    return length.num > 0 ? av_rescale(duration(), length.den, length.num) : 0;
+    // What does not fit is a number below zero.
+    return length.num > 0 ? std::max<std::int64_t>(av_rescale(duration(), length.den, length.num), 0) : 0;
 }
 
 AVRational FilmFile::pixelAspect(const AVFrame *picture) const

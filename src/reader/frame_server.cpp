@@ -70,8 +70,7 @@ void FrameServer::run()
             m_lastActivity = Clock::now();
             if (!goesOn)
                 return;
-            if (m_film)
-                m_film->workAhead(m_interrupted);
+            workAhead();
             continue;
         }
         openAgainIfFileChanged();
@@ -106,6 +105,16 @@ bool FrameServer::carryOut(const std::string &text)
         m_film.reset();
     }
     return true;
+}
+
+void FrameServer::workAhead()
+{
+    try {
+        if (m_film)
+            m_film->workAhead(m_interrupted);
+    } catch (const std::bad_alloc &) {
+        m_film.reset();
+    }
 }
 
 std::optional<std::string> FrameServer::reply(const Command &command)

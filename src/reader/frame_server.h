@@ -34,6 +34,7 @@ private:
 
     /// False if the command was to end.
     [[nodiscard]] bool carryOut(const std::string &text);
+    void workAhead();
     /// The reply, or nothing if there is none to be given.
     [[nodiscard]] std::optional<std::string> reply(const Command &command);
     [[nodiscard]] std::optional<std::string> open(const std::string &path);
