@@ -10,7 +10,6 @@
 #include "player/transport.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
-#include "scenes/scenes_file.h"
 #include "util/application_folder.h"
 #include "util/numbers.h"
 #include "util/text_routines.h"
@@ -279,11 +278,6 @@ void TForm1::N3Click()
     const QString previous = std::exchange(VideoPath, OpenDialog1.FileName);
     try {
         Form3->Open1Click();
-    } catch (const PartlyReadError &) {
-        // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
-        // it cannot replace the file of either.
-        Teardown();
-        throw;
     } catch (...) {
         // The list still belongs to the video before: saved under the new name it would replace the very file
         // that could not be read.

@@ -305,7 +305,14 @@ void SceneListWindowTest::whatFailsLeavesFileAndList()
     QCOMPARE(m_windows->content("film.avi.scenes"), QByteArray("old"));
     QCOMPARE(m_windows->rows(), before);
 
-    VideoPath = m_windows->path("folder");
+    // A list read in part is kept from the file that it would spoil.
+    const QByteArray nested = "<scenes><scene/><scene><title><b/></title></scene><scene><title>c</title></scene></scenes>";
+    m_windows->write("film.avi.scenes", nested);
+    refused(&TForm3::Open1Click, "в сцене 2");
+    m_windows->list->Save1Click();
+    QCOMPARE(m_windows->content("film.avi.scenes"), nested);
+
+    m_windows->openVideo("folder");
     QVERIFY(QDir(m_windows->folder.path()).mkdir("folder.scenes"));
     refused(&TForm3::Save1Click, "папка");
 }
