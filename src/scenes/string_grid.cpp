@@ -231,13 +231,13 @@ void TStringGrid::keyboardSearch(const QString &)
 void TStringGrid::mousePressEvent(QMouseEvent *event)
 {
     QTableView::mousePressEvent(event);
-    takePress(rowAt(event->position().toPoint().y()) + 1, *event);
+    takePress(indexAt(event->position().toPoint()).row() + 1, *event);
 }
 
 void TStringGrid::mouseReleaseEvent(QMouseEvent *event)
 {
     QTableView::mouseReleaseEvent(event);
-    takeRelease(rowAt(event->position().toPoint().y()) + 1, *event);
+    takeRelease(indexAt(event->position().toPoint()).row() + 1, *event);
 }
 
 void TStringGrid::mouseDoubleClickEvent(QMouseEvent *event)
