@@ -284,8 +284,7 @@ void TStringGrid::keyPressEvent(QKeyEvent *event)
         return;
     }
     event->accept();
-    if (!event->isAutoRepeat())
-        Q_EMIT Click();
+    Q_EMIT Click();
 }
 
 void TStringGrid::contextMenuEvent(QContextMenuEvent *event)

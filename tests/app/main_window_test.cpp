@@ -95,6 +95,7 @@ private Q_SLOTS:
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
     void marksFillTheDialogWhileTextIsTyped();
+    void heldKeysOnlyStep();
     void closingEndsTheSceneWindowsToo();
     void tabReachesEveryControlAndItTellsItsName();
     void everyCaptionOfTheMainWindowFits();
@@ -394,6 +395,31 @@ void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
     QCOMPARE(m_beeps, 1);
     QCOMPARE(Form2->Edit2->text(), QString("0.67"));
     QVERIFY(!Form2->isVisible());
+}
+
+void MainWindowTest::heldKeysOnlyStep()
+{
+    openVideo();
+    int asked = 0;
+    setShellOpenAnswer([&](const QString &) { ++asked; });
+    const auto hold = [](QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        for (const bool repeated : {false, true, true})
+            QTest::simulateEvent(widget, true, key, modifiers, {}, repeated);
+        QTest::simulateEvent(widget, false, key, modifiers, {}, false);
+    };
+    hold(m_window.get(), Qt::Key_F5, {});
+    QCOMPARE(fakeSystem->calls.size(), 3);
+    hold(m_window.get(), Qt::Key_P, Qt::ControlModifier);
+    QCOMPARE(fakeSystem->calls.mid(3), QStringList{"pause"});
+    hold(m_window.get(), Qt::Key_F1, {});
+    QCOMPARE(asked, 1);
+    setShellOpenAnswer({});
+
+    Form2->describeNewScene("1");
+    Form2->ListBox1->setCurrentRow(0);
+    for (QWidget *widget : {static_cast<QWidget *>(Form2->Edit3), static_cast<QWidget *>(Form2->BitBtn1)})
+        hold(widget, Qt::Key_Return, {});
+    QCOMPARE(Form3->StringGrid1->RowCount(), 3);
 }
 
 void MainWindowTest::closingEndsTheSceneWindowsToo()
