@@ -432,7 +432,7 @@ void MainWindowTest::closingEndsTheSceneWindowsToo()
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(ended);
     m_window.reset();
-    QVERIFY(!Form1 && !Form2 && !Form3 && !OPENED);
+    QVERIFY(!Form1 && !Form2 && !Form3 && !AboutBox && !OPENED);
 }
 
 void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
