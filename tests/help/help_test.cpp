@@ -150,7 +150,8 @@ void HelpTest::everyMessageIsExplained()
     const QStringList partsOfMessages{"элемент", "Не удалось открыть базу данных", "База данных не открыта",
                                       "У запроса нет параметра"};
     QString program;
-    for (QDirIterator sources(SOURCE_FOLDER, {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories); sources.hasNext();)
+    QDirIterator sources(SOURCE_FOLDER, {"*.cpp"}, QDir::Files, QDirIterator::Subdirectories);
+    while (sources.hasNext())
         program += contentOf(sources.next());
     int messages = 0;
     for (auto found = message.globalMatch(program); found.hasNext(); ++messages) {
@@ -159,13 +160,12 @@ void HelpTest::everyMessageIsExplained()
                      !explained.filter(QRegularExpression('^' + QRegularExpression::escape(start))).isEmpty(),
                  qPrintable(start));
     }
-    QVERIFY2(messages > 34, qPrintable(QString::number(messages)));
+    QVERIFY(messages > 34);
 }
 
 void HelpTest::everyQueryRuns()
 {
     const QStringList queries = textsOf(m_pages.at("queries.html"), "pre");
-    QVERIFY(queries.size() > 5);
     const QTemporaryDir folder;
     const QString database = folder.filePath("film.mp4.db");
     TSQLConnection connection;
@@ -214,9 +214,9 @@ void HelpTest::theCompiledHelpHoldsItAllInRussian()
     static const QRegularExpression addedAnchor("<a name=\"[^\"]*\" id=\"anchor-[^\"]*\"></a>");
     for (const auto &[name, parsed] : m_pages) {
         const QByteArray source = contentOf(m_folder.filePath(name));
-        const QString page = decoded(name).remove(addedAnchor);
-        QVERIFY2(page == QString(source).replace("charset=utf-8", "charset=windows-1251"), qPrintable(name));
         QVERIFY2(contentOf(online.filePath(name)) == source, qPrintable(name));
+        const QString compiled = QString(source).replace("charset=utf-8", "charset=windows-1251");
+        QVERIFY2(decoded(name).remove(addedAnchor) == compiled, qPrintable(name));
     }
     const QByteArray sheet = contentOf(m_folder.filePath("help.css"));
     QVERIFY(contentOf(m_compiled.filePath("help.css")) == sheet && contentOf(online.filePath("help.css")) == sheet);
