@@ -207,8 +207,7 @@ void MainWindowTest::withoutAVideoNothingHappens()
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Right);
     m_window->Timer1Timer();
     m_window->Timer2Timer();
-    QVERIFY(fakeSystem->calls.isEmpty());
-    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty());
+    QVERIFY(fakeSystem->calls.isEmpty() && !OPENED && !INITIALIZED && VideoPath.isEmpty());
     QVERIFY(!Form2->isVisible() && !Form3->isVisible() && !Form4->isVisible() && !Form5->isVisible());
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 1.5"));
     QVERIFY(m_boxes.isEmpty() && m_beeps == 0);
@@ -422,7 +421,8 @@ void MainWindowTest::everyCaptionOfTheMainWindowFits()
         option.initFrom(group);
         option.text = group->title();
         option.subControls = QStyle::SC_GroupBoxLabel;
-        compare(group, option.text, style->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group));
+        compare(group, option.text,
+                style->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group));
     }
 }
 
