@@ -10,7 +10,6 @@
 #include "player/transport.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
-#include "scenes/scenes_file.h"
 #include "util/application_folder.h"
 #include "util/numbers.h"
 #include "util/text_routines.h"
@@ -205,6 +204,7 @@ void TForm1::buildMenus()
         action->setShortcut(shortcut);
         // The commands work from the scene windows as well, which stay open while the film is watched.
         action->setShortcutContext(Qt::ApplicationShortcut);
+        action->setAutoRepeat(false);
         connect(action, &QAction::triggered, this, handler);
         menu->addAction(action);
         return action;
@@ -232,6 +232,9 @@ void TForm1::buildMenus()
     add(navigation, "frame-forward", QStringLiteral("Вперёд на 1 кадр"), K("F5"), &TForm1::BitBtn6Click);
     add(navigation, "second-forward", QStringLiteral("Впрерёд на 1 секунду"), K("F6"), &TForm1::BitBtn7Click);
     add(navigation, "minute-forward", QStringLiteral("Вперёд на 1 минуту"), K("F7"), &TForm1::BitBtn8Click);
+    // Only steps go on while their key is held.
+    for (QAction *step : navigation->actions())
+        step->setAutoRepeat(true);
     navigation->addSeparator();
     N22 = add(navigation, "play", playCaption, K("Ctrl+P"), &TForm1::BitBtn5Click);
     navigation->addSeparator();
@@ -279,11 +282,6 @@ void TForm1::N3Click()
     const QString previous = std::exchange(VideoPath, OpenDialog1.FileName);
     try {
         Form3->Open1Click();
-    } catch (const PartlyReadError &) {
-        // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
-        // it cannot replace the file of either.
-        Teardown();
-        throw;
     } catch (...) {
         // The list still belongs to the video before: saved under the new name it would replace the very file
         // that could not be read.
@@ -506,6 +504,12 @@ void TForm1::resizeEvent(QResizeEvent *event)
 
 bool TForm1::eventFilter(QObject *watched, QEvent *event)
 {
+    // An Enter that is held confirms once, and not what it has opened by that.
+    if (event->type() == QEvent::KeyPress) {
+        const auto &key = *static_cast<QKeyEvent *>(event);
+        if (key.isAutoRepeat() && (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter))
+            return true;
+    }
     // Text fields claim some of the menu's shortcuts for themselves, such as Ctrl+E for the end of the line.
     if (event->type() == QEvent::ShortcutOverride) {
         const QKeySequence pressed(static_cast<QKeyEvent *>(event)->keyCombination());

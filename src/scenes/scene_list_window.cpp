@@ -142,7 +142,14 @@ void TForm3::Open1Click()
     const BusyPointer busy;
     XMLDocument1.LoadFromFile(fileName);
     const auto scenes = Getscenes(XMLDocument1);
-    StringGrid1->change([&](GridCells &list) { fillList(list, *scenes, fileName); });
+    try {
+        StringGrid1->change([&](GridCells &list) { fillList(list, *scenes, fileName); });
+    } catch (const PartlyReadError &) {
+        // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
+        // it cannot replace the file of either.
+        Teardown();
+        throw;
+    }
 }
 
 void TForm3::N10Click()

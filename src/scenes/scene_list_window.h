@@ -27,7 +27,7 @@ public:
 
     /// Reads the list from the scenes file of the current video; a missing file leaves the list as it is. Throws
     /// UserError if the file cannot be read; the list is what it was then, but for a file with elements inside a
-    /// field: its scenes before that one are in the list.
+    /// field: its scenes before that one are in the list, and the video is closed.
     void Open1Click();
 
     /// Deletes the current row.

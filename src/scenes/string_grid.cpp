@@ -231,13 +231,13 @@ void TStringGrid::keyboardSearch(const QString &)
 void TStringGrid::mousePressEvent(QMouseEvent *event)
 {
     QTableView::mousePressEvent(event);
-    takePress(rowAt(event->position().toPoint().y()) + 1, *event);
+    takePress(indexAt(event->position().toPoint()).row() + 1, *event);
 }
 
 void TStringGrid::mouseReleaseEvent(QMouseEvent *event)
 {
     QTableView::mouseReleaseEvent(event);
-    takeRelease(rowAt(event->position().toPoint().y()) + 1, *event);
+    takeRelease(indexAt(event->position().toPoint()).row() + 1, *event);
 }
 
 void TStringGrid::mouseDoubleClickEvent(QMouseEvent *event)
@@ -284,8 +284,7 @@ void TStringGrid::keyPressEvent(QKeyEvent *event)
         return;
     }
     event->accept();
-    if (!event->isAutoRepeat())
-        Q_EMIT Click();
+    Q_EMIT Click();
 }
 
 void TStringGrid::contextMenuEvent(QContextMenuEvent *event)

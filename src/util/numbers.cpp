@@ -1,9 +1,7 @@
 #include "util/numbers.h"
 
-#include <QByteArray>
 #include <QLocale>
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -41,42 +39,35 @@ double leadingNumber(QStringView text)
     qsizetype i = 0;
     while (i < size && isBlank(text[i]))
         ++i;
-    QByteArray number;
     const bool negative = i < size && text[i] == QLatin1Char('-');
     if (i < size && (negative || text[i] == QLatin1Char('+')))
         ++i;
+    const qsizetype start = i;
     const auto takeDigits = [&] {
         const qsizetype first = i;
-        for (; i < size && isDigit(text[i]); ++i)
-            number += text[i].toLatin1();
+        while (i < size && isDigit(text[i]))
+            ++i;
         return i - first;
     };
     qsizetype digits = takeDigits();
     if (i < size && text[i] == QLatin1Char('.')) {
-        number += '.';
         ++i;
         digits += takeDigits();
     }
     if (digits == 0)
         return 0.0;
 
-    bool negativeExponent = false;
     if (i < size && (text[i] == QLatin1Char('e') || text[i] == QLatin1Char('E'))) {
         qsizetype exponent = i + 1;
-        negativeExponent = exponent < size && text[exponent] == QLatin1Char('-');
-        if (exponent < size && (negativeExponent || text[exponent] == QLatin1Char('+')))
+        if (exponent < size && (text[exponent] == QLatin1Char('-') || text[exponent] == QLatin1Char('+')))
             ++exponent;
         if (exponent < size && isDigit(text[exponent])) {
-            number += negativeExponent ? "e-" : "e";
             i = exponent;
             takeDigits();
         }
     }
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(number.constData(), number.constData() + number.size(), value);
-    // Out of range: a mantissa of zeros stays 0, else the exponent's sign tells the two directions apart.
-    if (error == std::errc::result_out_of_range)
-        value = negativeExponent ? 0.0 : std::numeric_limits<double>::infinity();
+    // Beyond a double this gives an infinity or 0.
+    const double value = QLocale::c().toDouble(text.sliced(start, i - start));
     return negative ? -value : value;
 }
 

@@ -5,7 +5,6 @@
 #include <QAbstractScrollArea>
 #include <QAbstractSlider>
 #include <QComboBox>
-#include <QEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyleOption>
@@ -525,25 +524,13 @@ void SmokyStyle::polish(QWidget *widget)
     QProxyStyle::polish(widget);
     if (reactsToPointer(widget))
         widget->setAttribute(Qt::WA_Hover);
-    // Qt repaints only the inside of such a widget when the focus comes or goes; its frame shows the focus too.
-    if (takesKeyboardInFrame(widget))
-        widget->installEventFilter(this);
 }
 
 void SmokyStyle::unpolish(QWidget *widget)
 {
-    if (takesKeyboardInFrame(widget))
-        widget->removeEventFilter(this);
     if (reactsToPointer(widget))
         widget->setAttribute(Qt::WA_Hover, false);
     QProxyStyle::unpolish(widget);
-}
-
-bool SmokyStyle::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)
-        static_cast<QWidget *>(watched)->update();
-    return QProxyStyle::eventFilter(watched, event);
 }
 
 void SmokyStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,

@@ -32,6 +32,4 @@ public:
     int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                   QStyleHintReturn *returned) const override;
     QIcon standardIcon(StandardPixmap pixmap, const QStyleOption *option, const QWidget *widget) const override;
-
-    bool eventFilter(QObject *watched, QEvent *event) override;
 };

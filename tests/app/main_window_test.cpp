@@ -40,13 +40,6 @@ std::unique_ptr<GraphSystem> makeFakeSystem(QWidget *)
     return system;
 }
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 QByteArray bytesOf(const QString &path)
 {
     QFile file(path);
@@ -63,17 +56,6 @@ class GreedyEdit final : public QLineEdit {
     }
 };
 
-/// The controls of the window that take the keyboard from Tab.
-QList<QWidget *> controlsOf(QWidget *window)
-{
-    QList<QWidget *> controls = window->findChildren<QWidget *>();
-    controls.removeIf([window](const QWidget *control) {
-        return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || !control->isVisible() ||
-               !control->isEnabled() || control->focusProxy();
-    });
-    return controls;
-}
-
 } // namespace
 
 /// The main window with the other windows, driven by key and mouse events over a media library without media.
@@ -83,18 +65,16 @@ class MainWindowTest : public QObject {
 private Q_SLOTS:
     void init();
     void cleanup();
-    void listsThatCannotBeReadWholeReplaceNoFile_data();
-    void listsThatCannotBeReadWholeReplaceNoFile();
+    void aListThatCannotBeReadReplacesNoFile();
     void theOpenedVideoIsShown();
     void everyStepReachesTheEngine();
     void withoutAVideoNothingHappens();
     void playAndPauseAlternate();
-    void speedBarSetsTheRate();
-    void volumeBarSetsTheLevelAndShowsTheDevices();
-    void progressBarSeeksAndHints();
+    void theBarsSetRateLevelAndPosition();
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
     void marksFillTheDialogWhileTextIsTyped();
+    void heldKeysOnlyStep();
     void closingEndsTheSceneWindowsToo();
     void tabReachesEveryControlAndItTellsItsName();
     void everyCaptionOfTheMainWindowFits();
@@ -115,7 +95,6 @@ void MainWindowTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     m_film = m_folder->filePath("фильм.avi");
-    writeFile(m_film, "film");
     VideoPath.clear();
     INITIALIZED = false;
     m_boxes.clear();
@@ -156,38 +135,22 @@ void MainWindowTest::press(const char *keys, QWidget *window)
     QTest::keySequence(window->focusWidget() ? window->focusWidget() : window, QKeySequence(keys));
 }
 
-void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile_data()
+void MainWindowTest::aListThatCannotBeReadReplacesNoFile()
 {
-    QTest::addColumn<QByteArray>("list");
-    QTest::addColumn<bool>("filmStaysOpen");
-    QTest::newRow("unreadable") << QByteArray("<scenes><scene><title>A & B</title></scene></scenes>") << true;
-    QTest::newRow("read in part")
-        << QByteArray("<scenes><scene><title>A</title></scene><scene><title><b/></title></scene></scenes>") << false;
-}
-
-void MainWindowTest::listsThatCannotBeReadWholeReplaceNoFile()
-{
-    QFETCH(const QByteArray, list);
-    QFETCH(const bool, filmStaysOpen);
     openVideo();
     Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
-    press("Ctrl+S");
-    const QByteArray saved = bytesOf(m_film + ".scenes");
-    QVERIFY(saved.contains("прежняя"));
-
     const QString second = m_folder->filePath("второй.avi");
-    writeFile(second, "film");
-    writeFile(second + ".scenes", list);
+    const QByteArray list = "<scenes><scene><title>A & B</title></scene></scenes>";
+    QFile file(second + ".scenes");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(list) > 0);
+    file.close();
     setOpenDialogAnswer([&] { return std::optional(second); });
     // The error goes up to the event loop, which shows it.
     QTimer::singleShot(0, m_window.get(), &TForm1::N3Click);
     QTRY_COMPARE(m_boxes.size(), 1);
-    QCOMPARE(OPENED, filmStaysOpen);
-    QCOMPARE(Form3->StringGrid1->cell(TitleColumn, 1), filmStaysOpen ? "прежняя" : "A");
-    Form3->StringGrid1->setCell(TitleColumn, 1, "новая");
-    // The list belongs to the film that is still open, or to none; the unreadable one stays for its owner to mend.
+    // The list still belongs to the film that is open; the unreadable one stays for its owner to mend.
     press("Ctrl+S");
-    QCOMPARE(bytesOf(m_film + ".scenes"), filmStaysOpen ? QByteArray(saved).replace("прежняя", "новая") : saved);
+    QVERIFY(bytesOf(m_film + ".scenes").contains("прежняя"));
     QCOMPARE(bytesOf(second + ".scenes"), list);
 }
 
@@ -195,9 +158,7 @@ void MainWindowTest::theOpenedVideoIsShown()
 {
     openVideo();
     // The first graph of all is built twice.
-    QCOMPARE(fakeSystem->graphsBuilt, 2);
-    QCOMPARE(fakeSystem->graphsAlive, 1);
-    QVERIFY(Form3->isVisible());
+    QVERIFY(fakeSystem->graphsBuilt == 2 && fakeSystem->graphsAlive == 1 && Form3->isVisible());
     QCOMPARE(m_window->windowTitle(), "Таврин - " + m_film);
     fakeSystem->position = 399'600'000;
     m_window->Timer1Timer();
@@ -206,13 +167,10 @@ void MainWindowTest::theOpenedVideoIsShown()
         texts += panel->text();
     QCOMPARE(texts, QStringList({"Продолжительность: 0:01:30 (90 sec)", "Положение: 0:00:39 (39 sec)", "1280x720@25",
                                  "Кадр:  999", ""}));
-    QCOMPARE(m_window->ProgressBar1->Max(), 90);
-    QCOMPARE(m_window->ProgressBar1->value(), 39);
-    QCOMPARE(CurFrame, std::int64_t(999));
-    QCOMPARE(CurTime, QString("0:00:39 (39 sec)"));
+    QVERIFY(CurFrame == 999 && CurTime == "0:00:39 (39 sec)");
+    QVERIFY(m_window->ProgressBar1->Max() == 90 && m_window->ProgressBar1->value() == 39);
     press("Ctrl+O");
-    QCOMPARE(fakeSystem->graphsBuilt, 3);
-    QCOMPARE(fakeSystem->graphsAlive, 1);
+    QVERIFY(fakeSystem->graphsBuilt == 3 && fakeSystem->graphsAlive == 1);
 }
 
 void MainWindowTest::everyStepReachesTheEngine()
@@ -249,82 +207,73 @@ void MainWindowTest::withoutAVideoNothingHappens()
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Right);
     m_window->Timer1Timer();
     m_window->Timer2Timer();
-    QVERIFY(fakeSystem->calls.isEmpty());
-    QVERIFY(!OPENED && !INITIALIZED && VideoPath.isEmpty());
+    QVERIFY(fakeSystem->calls.isEmpty() && !OPENED && !INITIALIZED && VideoPath.isEmpty());
     QVERIFY(!Form2->isVisible() && !Form3->isVisible() && !Form4->isVisible() && !Form5->isVisible());
-    QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 1.5"));
-    QVERIFY(m_boxes.isEmpty());
-    QCOMPARE(m_beeps, 0);
+    QVERIFY(m_window->GroupBox1->title() == "Скорость: 1.5" && m_boxes.isEmpty() && m_beeps == 0);
 }
 
 void MainWindowTest::playAndPauseAlternate()
 {
     openVideo();
-    QCOMPARE(m_window->N22->text(), QString("Пауза"));
+    const auto shown = [this] {
+        return m_window->N22->text() + m_window->BitBtn5->text() + m_window->BitBtn5->accessibleName();
+    };
+    QCOMPARE(shown(), QString("Пауза[]Пауза"));
     QTest::mouseClick(m_window->BitBtn5, Qt::LeftButton);
     QVERIFY(PAUSED);
-    QCOMPARE(m_window->BitBtn5->text(), QString(">"));
-    QCOMPARE(m_window->N22->text(), QString("Воспроизведение"));
-    QCOMPARE(m_window->BitBtn5->accessibleName(), QString("Воспроизведение"));
+    QCOMPARE(shown(), QString("Воспроизведение>Воспроизведение"));
     press("Ctrl+P");
     QVERIFY(!PAUSED);
-    QCOMPARE(m_window->BitBtn5->text(), QString("[]"));
+    QCOMPARE(shown(), QString("Пауза[]Пауза"));
     QCOMPARE(fakeSystem->calls, QStringList({"pause", "run"}));
 }
 
-void MainWindowTest::speedBarSetsTheRate()
+void MainWindowTest::theBarsSetRateLevelAndPosition()
 {
+    TProgressBar *bar = m_window->ProgressBar1;
+    QTest::mouseMove(bar, QPoint(bar->width() - 1, 5));
+    QCOMPARE(bar->toolTip(), QString("0:01:40 ( 100 sec)"));
+    m_window->TrackBar3->setValue(50);
+    QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
+    fakeSystem->level = {};
     openVideo();
+    QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
+    fakeSystem->level.left = 16384;
+    m_window->Timer1Timer();
+    QCOMPARE(m_window->GroupBox3->title(), QString("Громкость: 25%"));
+
+    for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton}) {
+        QTest::mousePress(bar, button, Qt::NoModifier, QPoint(bar->width() - 1, 5));
+        QTest::mousePress(bar, button, Qt::NoModifier, QPoint(0, 5));
+    }
+    QCOMPARE(fakeSystem->calls.filter("seek"), QStringList({"seek 900000000", "seek 0", "seek 900000000", "seek 0"}));
+    QTest::mouseMove(bar, QPoint(0, 6));
+    QTRY_COMPARE(bar->toolTip(), QString("0:00:00 (0 sec)"));
+
+    fakeSystem->calls.clear();
     QTest::keyClick(m_window->TrackBar1, Qt::Key_Home);
     QCOMPARE(fakeSystem->calls, QStringList({"pause", "rate", "run"}));
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 0.1"));
     QTest::keyClick(m_window->TrackBar1, Qt::Key_End);
     QCOMPARE(fakeSystem->rate, 6.0);
-    QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 6"));
-    // The next video starts at rate 1 again.
+    // The next video starts at rate 1 again, and a refused rate puts the bar back.
     press("Ctrl+O");
-    QCOMPARE(m_window->TrackBar1->value(), 0);
-    QCOMPARE(fakeSystem->rate, 1.0);
-    // A refused rate puts the bar back.
+    QVERIFY(m_window->TrackBar1->value() == 0 && fakeSystem->rate == 1.0);
     fakeSystem->refusedRate = 6.0;
     QTest::keyClick(m_window->TrackBar1, Qt::Key_End);
     QCOMPARE(m_boxes, QStringList({"Error set rate"}));
-    QCOMPARE(m_window->TrackBar1->value(), 0);
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 1"));
-    QVERIFY(fakeSystem->running);
-}
-
-void MainWindowTest::volumeBarSetsTheLevelAndShowsTheDevices()
-{
-    m_window->TrackBar3->setValue(50);
-    QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
-    openVideo();
-    QCOMPARE(fakeSystem->level.left, std::uint16_t(32767));
-    fakeSystem->level.left = 16384;
-    m_window->Timer1Timer();
-    QCOMPARE(m_window->GroupBox3->title(), QString("Громкость: 25%"));
-}
-
-void MainWindowTest::progressBarSeeksAndHints()
-{
-    TProgressBar *bar = m_window->ProgressBar1;
-    QTest::mouseMove(bar, QPoint(bar->width() - 1, 5));
-    QCOMPARE(bar->toolTip(), QString("0:01:40 ( 100 sec)"));
-    openVideo();
-    for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton}) {
-        fakeSystem->calls.clear();
-        QTest::mousePress(bar, button, Qt::NoModifier, QPoint(bar->width() - 1, 5));
-        QCOMPARE(fakeSystem->calls, QStringList({"seek 900000000"}));
-    }
-    QTest::mousePress(bar, Qt::LeftButton, Qt::NoModifier, QPoint(0, 5));
-    QCOMPARE(fakeSystem->calls.last(), QString("seek 0"));
-    QTest::mouseMove(bar, QPoint(0, 6));
-    QTRY_COMPARE(bar->toolTip(), QString("0:00:00 (0 sec)"));
+    QVERIFY(m_window->TrackBar1->value() == 0 && fakeSystem->running);
 }
 
 void MainWindowTest::fittingKeepsToTheScreen()
 {
+    fakeSystem->width = 16;
+    fakeSystem->height = 4320;
     openVideo();
+    m_window->Timer2Timer();
+    QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
+
     m_window->resize(1000, 600);
     fakeSystem->width = 2000;
     fakeSystem->height = 500;
@@ -332,17 +281,12 @@ void MainWindowTest::fittingKeepsToTheScreen()
     m_window->Timer2Timer();
     QCOMPARE(m_window->Panel3->height(), m_window->Panel3->width() / 4);
 
-    fakeSystem->width = 16;
-    fakeSystem->height = 4320;
-    press("Ctrl+O");
-    m_window->Timer2Timer();
-    QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
-
     m_window->showMaximized();
     QTRY_VERIFY(m_window->isMaximized());
+    srcHeight = 1000;
+    const QSize maximized = m_window->size();
     m_window->Timer2Timer();
-    QVERIFY(m_window->isMaximized());
-    QVERIFY(!m_window->Timer2->isActive());
+    QVERIFY(m_window->size() == maximized && !m_window->Timer2->isActive());
 }
 
 void MainWindowTest::helpIsAskedOfTheDesktop()
@@ -366,13 +310,10 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
 void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
 {
     openVideo();
-    Form2->Edit3->setText("старое");
     fakeSystem->position = 123'456'780;
     QTest::mouseClick(m_window->BitBtn10, Qt::LeftButton);
-    QVERIFY(Form2->isVisible() && Form2->Edit3->text().isEmpty());
-    QVERIFY(!PAUSED);
+    QVERIFY(Form2->isVisible() && !PAUSED);
     QCOMPARE(Form2->Edit1->text(), QString("12.34"));
-    Form2->Edit3->setText("название");
     GreedyEdit edit(Form2);
     edit.show();
     edit.setFocus();
@@ -383,7 +324,6 @@ void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
     press("Ctrl+E", Form2);
     QVERIFY(PAUSED);
     QCOMPARE(Form2->Edit2->text(), QString("3.33"));
-    QCOMPARE(Form2->Edit3->text(), QString("название"));
     // A start that the user corrects counts; an end before it is told by a sound alone.
     Form2->Edit1->setText("15");
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
@@ -391,22 +331,38 @@ void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
     Form2->hide();
     Form2->Edit1->setText("20");
     QTest::mouseClick(m_window->BitBtn11, Qt::LeftButton);
-    QCOMPARE(m_beeps, 1);
     QCOMPARE(Form2->Edit2->text(), QString("0.67"));
-    QVERIFY(!Form2->isVisible());
+    QVERIFY(m_beeps == 1 && !Form2->isVisible());
+}
+
+void MainWindowTest::heldKeysOnlyStep()
+{
+    openVideo();
+    const auto hold = [](QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        for (const bool repeated : {false, true, true})
+            QTest::simulateEvent(widget, true, key, modifiers, {}, repeated);
+        QTest::simulateEvent(widget, false, key, modifiers, {}, false);
+    };
+    hold(m_window.get(), Qt::Key_F5, {});
+    QCOMPARE(fakeSystem->calls.size(), 3);
+    hold(m_window.get(), Qt::Key_P, Qt::ControlModifier);
+    QCOMPARE(fakeSystem->calls.mid(3), QStringList{"pause"});
+
+    Form2->describeNewScene("1");
+    Form2->ListBox1->setCurrentRow(0);
+    for (QWidget *widget : {static_cast<QWidget *>(Form2->Edit3), static_cast<QWidget *>(Form2->BitBtn1)})
+        hold(widget, Qt::Key_Return, {});
+    QCOMPARE(Form3->StringGrid1->RowCount(), 3);
 }
 
 void MainWindowTest::closingEndsTheSceneWindowsToo()
 {
     openVideo();
     Form2->show();
-    bool ended = false;
-    connect(qApp, &QCoreApplication::aboutToQuit, this, [&] { ended = true; });
     QTimer::singleShot(0, m_window.get(), &QWidget::close);
     QCOMPARE(QApplication::exec(), 0);
-    QVERIFY(ended);
     m_window.reset();
-    QVERIFY(!Form1 && !Form2 && !Form3 && !OPENED);
+    QVERIFY(!Form1 && !Form2 && !Form3 && !AboutBox && !OPENED);
 }
 
 void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
@@ -420,7 +376,13 @@ void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window));
         QVERIFY(!QAccessible::queryAccessibleInterface(window)->text(QAccessible::Name).isEmpty());
-        QList<QWidget *> missing = controlsOf(window);
+        QList<QWidget *> missing = window->findChildren<QWidget *>();
+        missing.removeIf([window](const QWidget *control) {
+            // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
+            const auto *choice = qobject_cast<const QRadioButton *>(control);
+            return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || control->focusProxy() ||
+                   !control->isVisible() || !control->isEnabled() || (choice && !choice->isChecked());
+        });
         QVERIFY2(missing.size() >= fewest, qPrintable(window->windowTitle()));
         for (QWidget *control : missing) {
             QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
@@ -430,11 +392,6 @@ void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
                          spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
                      qPrintable(window->windowTitle() + QDebug::toString(control)));
         }
-        // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
-        missing.removeIf([](const QWidget *control) {
-            const auto *choice = qobject_cast<const QRadioButton *>(control);
-            return choice && !choice->isChecked();
-        });
         for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {
             missing.removeOne(window->focusWidget());
             QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
@@ -446,24 +403,26 @@ void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
 
 void MainWindowTest::everyCaptionOfTheMainWindowFits()
 {
+    const auto compare = [](const QWidget *control, const QString &caption, const QRect &room) {
+        QVERIFY2(control->fontMetrics().horizontalAdvance(caption) <= room.width(), qPrintable(caption));
+    };
     const auto buttons = Form1->centralWidget()->findChildren<QPushButton *>();
     QVERIFY(buttons.size() >= 10);
+    const QStyle *style = QApplication::style();
     for (const QPushButton *button : buttons) {
         QStyleOptionButton option;
         option.initFrom(button);
-        const QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
-        QVERIFY2(option.fontMetrics.horizontalAdvance(button->text()) <= room.width(), qPrintable(button->text()));
+        compare(button, button->text(), style->subElementRect(QStyle::SE_PushButtonContents, &option, button));
     }
-    Form1->GroupBox1->setTitle(QStringLiteral("Скорость: 5.5"));
-    Form1->GroupBox3->setTitle(QStringLiteral("Громкость: 100%"));
+    Form1->GroupBox1->setTitle("Скорость: 5.5");
+    Form1->GroupBox3->setTitle("Громкость: 100%");
     for (const QGroupBox *group : Form1->centralWidget()->findChildren<QGroupBox *>()) {
         QStyleOptionGroupBox option;
         option.initFrom(group);
         option.text = group->title();
         option.subControls = QStyle::SC_GroupBoxLabel;
-        const QRect room =
-            group->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group);
-        QVERIFY2(option.fontMetrics.horizontalAdvance(option.text) <= room.width(), qPrintable(option.text));
+        compare(group, option.text,
+                style->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, group));
     }
 }
 

@@ -18,6 +18,20 @@ inline QStringList rowsOf(const GridCells &list)
     return rows;
 }
 
+/// A list whose scenes have these positions, and as title the row that they were put into.
+inline GridCells listOf(const QStringList &positions)
+{
+    GridCells list(sceneColumnCount);
+    for (const QString &position : positions) {
+        const int row = rowForNewScene(list);
+        Scene scene;
+        scene.position = position;
+        scene.title = QString::number(row);
+        setScene(list, row, scene);
+    }
+    return list;
+}
+
 /// What the command tells the user that it could not do; empty if it could.
 template <typename Command>
 QString refusalOf(const Command &command)
