@@ -83,7 +83,7 @@ void ExactnessTest::everyStepShowsTheNeighbour()
 void ExactnessTest::aMarkedPictureComesBack()
 {
     open();
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 8; ++round) {
         m_player->seekTo(anywhere());
         const int marked = m_player->shownNumber();
         QVERIFY(marked >= 0);
@@ -92,6 +92,12 @@ void ExactnessTest::aMarkedPictureComesBack()
         m_player->seekTo(anywhere());
         m_player->seekTo(truncatedToInt64(leadingNumber(start) * unitsPerSecond));
         compareShown(marked);
+        // A jump that is taken back before it has landed leaves nothing of itself.
+        const MediaTime next = steppedPosition(GetPosition(), unitsPerSecond / fps, Duration);
+        SetPosition(anywhere());
+        m_player->seekTo(next);
+        if (m_film->constantRate)
+            compareShown(std::min(marked + 1, m_film->frames - 1));
     }
 }
 

@@ -81,6 +81,7 @@ private Q_SLOTS:
     void picturesOfAnySizeOpen();
     void aSoundFilePlays();
     void soundThatOutlastsThePictures();
+    void pausingBesideTheLastPictureNamesIt();
     void picturesThatOutlastTheSound();
     void picturesThatStartAfterTheSound();
     void aStillPicture();
@@ -463,6 +464,29 @@ void TroubleTest::soundThatOutlastsThePictures()
     m_player->stepForward();
     m_player->stepForward();
     compareShown(49);
+}
+
+void TroubleTest::pausingBesideTheLastPictureNamesIt()
+{
+    const QString path = withTone("long_sound.mp4", "6");
+    for (int hundredths = 196; hundredths < 240; hundredths += 6) {
+        open(path);
+        m_player->seekTo(18 * unitsPerSecond / 10);
+        Play();
+        QTRY_VERIFY(GetPosition() >= hundredths * unitsPerSecond / 100);
+        pause();
+        compareShown(49);
+    }
+    // Before and after a jump into the sound has landed, too.
+    for (const int milliseconds : {0, 20, 100}) {
+        open(path);
+        Play();
+        runEvents(50);
+        SetPosition(5 * unitsPerSecond);
+        runEvents(milliseconds);
+        pause();
+        compareShown(49);
+    }
 }
 
 void TroubleTest::picturesThatOutlastTheSound()
