@@ -25,13 +25,38 @@ private Q_SLOTS:
     void aServerThatDiesLeavesTheFilmPlaying();
 
 private:
-    void startServer();
-    void stopServer();
-    static QByteArray pactl(const QStringList &arguments);
-    /// Number of this process's stream, or -1.
-    [[nodiscard]] static int streamNumber();
-    /// Its volume in percent, or -1 while there is no stream.
-    [[nodiscard]] static int streamPercent();
+    void startServer()
+    {
+        m_server.setStandardErrorFile(QProcess::nullDevice());
+        m_server.start("pulseaudio",
+                       {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
+                        "--load=module-null-sink",
+                        "--load=module-native-protocol-unix auth-anonymous=1 socket=" + m_folder.filePath("sound")});
+        QVERIFY(m_server.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(pactl({"list", "short", "sinks"}).contains("null"), 10'000);
+    }
+    void stopServer()
+    {
+        if (m_server.state() == QProcess::NotRunning)
+            return;
+        m_server.kill();
+        m_server.waitForFinished();
+        QFile::remove(m_folder.filePath("sound"));
+    }
+    static QByteArray pactl(const QStringList &arguments)
+    {
+        QProcess process;
+        process.start("pactl", arguments);
+        process.waitForFinished(5000);
+        return process.readAllStandardOutput();
+    }
+    /// Volume of this process's stream in percent, or -1 while there is no stream.
+    [[nodiscard]] static int streamPercent()
+    {
+        static const QRegularExpression percent("Volume:[^\n%]*?(\\d+)%");
+        const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
+        return found.hasMatch() ? found.captured(1).toInt() : -1;
+    }
     [[nodiscard]] int told() { return qRound(m_player->system().waveVolume().left * 100.0 / 0xFFFF); }
     void setLevel(int percent)
     {
@@ -78,47 +103,6 @@ void SoundTest::cleanupTestCase()
     }
 }
 
-void SoundTest::startServer()
-{
-    m_server.setStandardErrorFile(QProcess::nullDevice());
-    m_server.start("pulseaudio",
-                   {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
-                    "--load=module-null-sink",
-                    "--load=module-native-protocol-unix auth-anonymous=1 socket=" + m_folder.filePath("sound")});
-    QVERIFY(m_server.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(pactl({"list", "short", "sinks"}).contains("null"), 10'000);
-}
-
-void SoundTest::stopServer()
-{
-    if (m_server.state() == QProcess::NotRunning)
-        return;
-    m_server.kill();
-    m_server.waitForFinished();
-    QFile::remove(m_folder.filePath("sound"));
-}
-
-QByteArray SoundTest::pactl(const QStringList &arguments)
-{
-    QProcess process;
-    process.start("pactl", arguments);
-    process.waitForFinished(5000);
-    return process.readAllStandardOutput();
-}
-
-int SoundTest::streamNumber()
-{
-    const QByteArray line = pactl({"list", "short", "sink-inputs"}).split('\n').constFirst();
-    return line.isEmpty() ? -1 : line.split('\t').constFirst().toInt();
-}
-
-int SoundTest::streamPercent()
-{
-    static const QRegularExpression percent("Volume:[^\n%]*?(\\d+)%");
-    const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
-    return found.hasMatch() ? found.captured(1).toInt() : -1;
-}
-
 void SoundTest::withoutAServerTheFilmPlaysAndTheLevelWaits()
 {
     setLevel(30);
@@ -150,7 +134,8 @@ void SoundTest::theLevelFollowsBothWays()
     // The level outlives steps and seeks, whoever has set it.
     for (const int percent : {70, 35}) {
         if (percent != 70)
-            pactl({"set-sink-input-volume", QString::number(streamNumber()), QString("%1%").arg(percent)});
+            pactl({"set-sink-input-volume", pactl({"list", "short", "sink-inputs"}).split('\t').constFirst(),
+                   QString("%1%").arg(percent)});
         // Nobody asks for the level before the stream ends.
         QTRY_COMPARE(streamPercent(), percent);
         Pause();
