@@ -332,11 +332,13 @@ void TroubleTest::soundThatOutlastsThePictures()
     m_player->stepForward();
     compareShown(49);
     // Before and after a jump into the sound has landed, too.
-    for (const int milliseconds : {0, 20, 100}) {
+    for (const auto &[jumps, milliseconds] :
+         {std::pair(1, 0), std::pair(2, 0), std::pair(2, 10), std::pair(1, 20), std::pair(1, 100)}) {
         open(path);
         Play();
         runEvents(50);
-        SetPosition(5 * unitsPerSecond);
+        for (int jump = 0; jump < jumps; ++jump)
+            SetPosition(5 * unitsPerSecond + jump * unitsPerSecond / 25);
         runEvents(milliseconds);
         pause();
         compareShown(49);
