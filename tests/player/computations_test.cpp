@@ -16,7 +16,6 @@ private Q_SLOTS:
     void stepsStayInsideTheVideo();
     void barsReachTheirEnds();
     void marksAreTruncatedToHundredths();
-    void everyPictureTimeNamesItsFrame_data();
     void everyPictureTimeNamesItsFrame();
     void picturesOffTheGridKeepTheirTime();
 };
@@ -75,30 +74,21 @@ void ComputationsTest::marksAreTruncatedToHundredths()
     QVERIFY(sceneLengthText("-1e300", 100'000'000));
 }
 
-void ComputationsTest::everyPictureTimeNamesItsFrame_data()
-{
-    QTest::addColumn<double>("rate");
-    QTest::addColumn<double>("timeBase");
-    QTest::newRow("24000/1001, milliseconds") << 24000.0 / 1001.0 << 1e-3;
-    QTest::newRow("30000/1001, 90 kHz") << 30000.0 / 1001.0 << 1.0 / 90000.0;
-    QTest::newRow("60000/1001, exact") << 60000.0 / 1001.0 << 0.0;
-    QTest::newRow("23.976 as a nanosecond duration") << 1e9 / 41708333.0 << 1e-3;
-}
-
 void ComputationsTest::everyPictureTimeNamesItsFrame()
 {
-    QFETCH(double, rate);
-    QFETCH(double, timeBase);
-    const double reported = 1.0 / (1.0 / rate);
-    MediaTime previous = -1;
-    for (std::int64_t frame = 0; frame < 300'000; ++frame) {
-        double seconds = static_cast<double>(frame) / rate;
-        if (timeBase > 0.0)
-            seconds = std::round(seconds / timeBase) * timeBase;
-        const MediaTime time = pictureMediaTime(seconds, reported);
-        QVERIFY(time > previous);
-        QVERIFY(frameNumber(time, reported) == frame);
-        previous = time;
+    // The rate, and the unit that the container rounds times to; 23.976 as a nanosecond duration at last.
+    for (const auto &[rate, timeBase] :
+         {std::pair(24000.0 / 1001.0, 1e-3), std::pair(30000.0 / 1001.0, 1.0 / 90000.0),
+          std::pair(60000.0 / 1001.0, 1e-9), std::pair(1e9 / 41708333.0, 1e-3)}) {
+        const double reported = 1.0 / (1.0 / rate);
+        MediaTime previous = -1;
+        for (std::int64_t frame = 0; frame < 300'000; ++frame) {
+            const double seconds = std::round(static_cast<double>(frame) / rate / timeBase) * timeBase;
+            const MediaTime time = pictureMediaTime(seconds, reported);
+            QVERIFY(time > previous);
+            QVERIFY(frameNumber(time, reported) == frame);
+            previous = time;
+        }
     }
 }
 

@@ -14,21 +14,22 @@ class ExactnessTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyStepShowsTheNeighbour_data() { films(); }
+    void initTestCase_data();
+    void init();
     void everyStepShowsTheNeighbour();
-    void aMarkedPictureComesBack_data() { films(); }
     void aMarkedPictureComesBack();
-    void pausingNamesThePictureThatIsThere_data() { films(); }
     void pausingNamesThePictureThatIsThere();
-    void theEndChangesNoFlagAndStepsBack_data() { films(); }
     void theEndChangesNoFlagAndStepsBack();
 
 private:
-    static void films();
-    void open();
     /// The picture that is there is the one of this number; the frame counter names it too where the film's pictures
     /// are equally long.
-    void compareShown(int number);
+    void compareShown(int number)
+    {
+        QCOMPARE(m_player->shownNumber(), number);
+        if (m_film->constantRate)
+            QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
+    }
     MediaTime anywhere() { return m_random.bounded(static_cast<qint64>(Duration)); }
 
     std::unique_ptr<MpvPlayer> m_player;
@@ -36,16 +37,17 @@ private:
     QRandomGenerator m_random;
 };
 
-void ExactnessTest::films()
+// Every test is run with every film.
+void ExactnessTest::initTestCase_data()
 {
     QTest::addColumn<QString>("film");
     for (const FilmSpec &film : standardFilms())
         QTest::newRow(qPrintable(film.file)) << film.file;
 }
 
-void ExactnessTest::open()
+void ExactnessTest::init()
 {
-    QFETCH(QString, film);
+    QFETCH_GLOBAL(QString, film);
     m_film = &standardFilm(film);
     m_player.reset();
     m_player = std::make_unique<MpvPlayer>();
@@ -57,16 +59,8 @@ void ExactnessTest::open()
     m_random.seed(seed);
 }
 
-void ExactnessTest::compareShown(int number)
-{
-    QCOMPARE(m_player->shownNumber(), number);
-    if (m_film->constantRate)
-        QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
-}
-
 void ExactnessTest::everyStepShowsTheNeighbour()
 {
-    open();
     constexpr int steps = 200;
     for (int number = 1; number <= steps && !QTest::currentTestFailed(); ++number) {
         m_player->stepForward();
@@ -82,8 +76,7 @@ void ExactnessTest::everyStepShowsTheNeighbour()
 
 void ExactnessTest::aMarkedPictureComesBack()
 {
-    open();
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 8; ++round) {
         m_player->seekTo(anywhere());
         const int marked = m_player->shownNumber();
         QVERIFY(marked >= 0);
@@ -92,12 +85,17 @@ void ExactnessTest::aMarkedPictureComesBack()
         m_player->seekTo(anywhere());
         m_player->seekTo(truncatedToInt64(leadingNumber(start) * unitsPerSecond));
         compareShown(marked);
+        // A jump that is taken back before it has landed leaves nothing of itself.
+        const MediaTime next = steppedPosition(GetPosition(), unitsPerSecond / fps, Duration);
+        SetPosition(anywhere());
+        m_player->seekTo(next);
+        if (m_film->constantRate)
+            compareShown(std::min(marked + 1, m_film->frames - 1));
     }
 }
 
 void ExactnessTest::pausingNamesThePictureThatIsThere()
 {
-    open();
     for (int round = 0; round < 6; ++round) {
         Play();
         runEvents(m_random.bounded(100, 400));
@@ -116,7 +114,6 @@ void ExactnessTest::pausingNamesThePictureThatIsThere()
 
 void ExactnessTest::theEndChangesNoFlagAndStepsBack()
 {
-    open();
     const int last = m_film->frames - 1;
     m_player->seekTo(Duration - 1);
     QCOMPARE(m_player->shownNumber(), last);

@@ -43,7 +43,6 @@ private Q_SLOTS:
     void eachFailingStepShowsItsText_data();
     void eachFailingStepShowsItsText();
     void commandsAreTakenOnce();
-    void commandsWithoutAVideoReachNothing();
 
 private:
     std::unique_ptr<FakeGraphSystem> m_system;
@@ -166,18 +165,6 @@ void PlaybackEngineTest::commandsAreTakenOnce()
     QCOMPARE(m_system->calls, QStringList({"pause", "rate", "pause", "rate", "run", "run"}));
     QCOMPARE(m_display->messages, QStringList({"Error set rate"}));
     QCOMPARE(GetRate(), 1.0);
-}
-
-void PlaybackEngineTest::commandsWithoutAVideoReachNothing()
-{
-    Play();
-    Pause();
-    Teardown();
-    SetPosition(5);
-    SetRate(2.0);
-    SetVideoRect(10, 10);
-    QCOMPARE(GetPosition(), MediaTime(0));
-    QVERIFY(m_system->calls.isEmpty());
 }
 
 QTEST_MAIN(PlaybackEngineTest)

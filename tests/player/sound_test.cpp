@@ -17,21 +17,46 @@ class SoundTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
+    void cleanupTestCase();
     void init() { m_player = std::make_unique<MpvPlayer>(); }
     void cleanup();
     void withoutAServerTheFilmPlaysAndTheLevelWaits();
     void theLevelFollowsBothWays();
     void aServerThatDiesLeavesTheFilmPlaying();
-    void nothingIsWrittenElsewhere();
 
 private:
-    void startServer();
-    void stopServer();
-    static QByteArray pactl(const QStringList &arguments);
-    /// Number of this process's stream, or -1.
-    [[nodiscard]] static int streamNumber();
-    /// Its volume in percent, or -1 while there is no stream.
-    [[nodiscard]] static int streamPercent();
+    void startServer()
+    {
+        m_server.setStandardErrorFile(QProcess::nullDevice());
+        m_server.start("pulseaudio",
+                       {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
+                        "--load=module-null-sink",
+                        "--load=module-native-protocol-unix auth-anonymous=1 socket=" + m_folder.filePath("sound")});
+        QVERIFY(m_server.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(pactl({"list", "short", "sinks"}).contains("null"), 10'000);
+    }
+    void stopServer()
+    {
+        if (m_server.state() == QProcess::NotRunning)
+            return;
+        m_server.kill();
+        m_server.waitForFinished();
+        QFile::remove(m_folder.filePath("sound"));
+    }
+    static QByteArray pactl(const QStringList &arguments)
+    {
+        QProcess process;
+        process.start("pactl", arguments);
+        process.waitForFinished(5000);
+        return process.readAllStandardOutput();
+    }
+    /// Volume of this process's stream in percent, or -1 while there is no stream.
+    [[nodiscard]] static int streamPercent()
+    {
+        static const QRegularExpression percent("Volume:[^\n%]*?(\\d+)%");
+        const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
+        return found.hasMatch() ? found.captured(1).toInt() : -1;
+    }
     [[nodiscard]] int told() { return qRound(m_player->system().waveVolume().left * 100.0 / 0xFFFF); }
     void setLevel(int percent)
     {
@@ -39,6 +64,7 @@ private:
         m_player->system().setWaveVolume({level, level});
     }
 
+    static constexpr auto homes = {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"};
     QTemporaryDir m_folder;
     QProcess m_server;
     QString m_film;
@@ -50,7 +76,7 @@ void SoundTest::initTestCase()
     if (QStandardPaths::findExecutable("pulseaudio").isEmpty())
         QSKIP("the pulseaudio program is not installed");
     m_film = makeFilm(standardFilm("h264_25.mp4"));
-    for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
+    for (const char *name : homes) {
         QVERIFY(QDir(m_folder.path()).mkdir(name));
         qputenv(name, QFile::encodeName(m_folder.filePath(name)));
     }
@@ -65,45 +91,16 @@ void SoundTest::cleanup()
     stopServer();
 }
 
-void SoundTest::startServer()
+// Neither the films nor the core's own set-up have left anything behind.
+void SoundTest::cleanupTestCase()
 {
-    m_server.setStandardErrorFile(QProcess::nullDevice());
-    m_server.start("pulseaudio",
-                   {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
-                    "--load=module-null-sink",
-                    "--load=module-native-protocol-unix auth-anonymous=1 socket=" + m_folder.filePath("sound")});
-    QVERIFY(m_server.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(pactl({"list", "short", "sinks"}).contains("null"), 10'000);
-}
-
-void SoundTest::stopServer()
-{
-    if (m_server.state() == QProcess::NotRunning)
-        return;
-    m_server.kill();
-    m_server.waitForFinished();
-    QFile::remove(m_folder.filePath("sound"));
-}
-
-QByteArray SoundTest::pactl(const QStringList &arguments)
-{
-    QProcess process;
-    process.start("pactl", arguments);
-    process.waitForFinished(5000);
-    return process.readAllStandardOutput();
-}
-
-int SoundTest::streamNumber()
-{
-    const QByteArray line = pactl({"list", "short", "sink-inputs"}).split('\n').constFirst();
-    return line.isEmpty() ? -1 : line.split('\t').constFirst().toInt();
-}
-
-int SoundTest::streamPercent()
-{
-    static const QRegularExpression percent("Volume:[^\n%]*?(\\d+)%");
-    const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
-    return found.hasMatch() ? found.captured(1).toInt() : -1;
+    for (const char *name : homes) {
+        QStringList entries = QDir(m_folder.filePath(name))
+                                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        // The sound server's own, made by its daemon and its client library.
+        entries.removeAll("pulse");
+        QCOMPARE(entries, QStringList());
+    }
 }
 
 void SoundTest::withoutAServerTheFilmPlaysAndTheLevelWaits()
@@ -120,7 +117,6 @@ void SoundTest::withoutAServerTheFilmPlaysAndTheLevelWaits()
     startServer();
     Open(m_film);
     QTRY_COMPARE(streamPercent(), 40);
-    QCOMPARE(told(), 40);
 }
 
 void SoundTest::theLevelFollowsBothWays()
@@ -138,7 +134,8 @@ void SoundTest::theLevelFollowsBothWays()
     // The level outlives steps and seeks, whoever has set it.
     for (const int percent : {70, 35}) {
         if (percent != 70)
-            pactl({"set-sink-input-volume", QString::number(streamNumber()), QString("%1%").arg(percent)});
+            pactl({"set-sink-input-volume", pactl({"list", "short", "sink-inputs"}).split('\t').constFirst(),
+                   QString("%1%").arg(percent)});
         // Nobody asks for the level before the stream ends.
         QTRY_COMPARE(streamPercent(), percent);
         Pause();
@@ -179,24 +176,6 @@ void SoundTest::aServerThatDiesLeavesTheFilmPlaying()
     startServer();
     Open(m_film);
     QTRY_COMPARE(streamPercent(), 60);
-    QCOMPARE(m_player->messages, QStringList());
-}
-
-void SoundTest::nothingIsWrittenElsewhere()
-{
-    startServer();
-    Open(m_film);
-    runEvents(200);
-    Pause();
-    m_player->seekTo(4 * unitsPerSecond);
-    m_player.reset();
-    for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
-        const QDir folder(m_folder.filePath(name));
-        QStringList entries = folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-        // The sound server's own, made by its daemon and its client library.
-        entries.removeAll("pulse");
-        QCOMPARE(entries, QStringList());
-    }
 }
 
 QTEST_MAIN(SoundTest)

@@ -3,6 +3,7 @@
 #include "player/mpv/picture_time.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QWidget>
@@ -105,10 +106,9 @@ MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_core(mpv_c
     }
 
     connect(&m_surface, &VideoSurface::pictureDrawn, this, [this] {
-        m_sinceDrawn.start();
+        m_toldAtPicture = m_told;
         landIfDrawn();
     });
-    m_sinceDrawn.start();
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &MpvSession::land);
     m_startCheck.setSingleShot(true);
@@ -207,6 +207,7 @@ void MpvSession::readVideoParameters()
         const double rate = number("container-fps").value_or(0.0);
         m_film.frame = 1.0 / (rate > 0.0 && std::isfinite(rate) ? rate : guessedFrameRate);
         m_film.first = m_shown = number("time-pos").value_or(0.0);
+        m_toldAtPicture = m_shown;
     }
     const double end = number("duration").value_or(0.0);
     m_film.end = std::max(end, m_film.first);
@@ -228,27 +229,28 @@ Status MpvSession::pause()
 {
     m_wantPaused = true;
     applyPause();
-    if (m_search)
+    if (m_search) {
+        // What a seek finds while the sound is on may be the sound's time.
+        if (m_film.frame > 0.0 && !m_silent && !m_wish)
+            m_wish = {m_searched, SeekTo::Time};
         return statusOk;
-    const double told = number("time-pos").value_or(m_shown);
+    }
+    m_shown = number("time-pos").value_or(m_shown);
     if (m_film.frame <= 0.0)
-        m_shown = told;
-    else if (m_film.last)
-        m_shown = std::min(told, *m_film.last);
-    else if (flag("eof-reached") || picturesHaveStopped())
+        return statusOk;
+    if (m_film.last)
+        m_shown = std::min(m_shown, *m_film.last);
+    else if (m_duration > 0 && (flag("eof-reached") || tellsMoreThanIsDrawn(m_shown)))
         // Once the pictures have ended the core tells the sound's time; the picture that is there has to be found.
-        pursue({pictureMediaTime(told - m_film.first, 1.0 / m_film.frame), SeekTo::Time});
-    else
-        m_shown = told;
+        pursue({pictureMediaTime(m_shown - m_film.first, 1.0 / m_film.frame), SeekTo::Time});
     return statusOk;
 }
 
-bool MpvSession::picturesHaveStopped() const
+bool MpvSession::tellsMoreThanIsDrawn(double told) const
 {
-    constexpr double missedPictures = 5.0;
-    constexpr double leastSeconds = 0.3;
-    const double quiet = static_cast<double>(m_sinceDrawn.elapsed()) / 1000.0;
-    return quiet > std::max(leastSeconds, missedPictures * m_film.frame / m_rate);
+    // The next picture's time is told a little before that picture is drawn.
+    constexpr double jitter = 0.001;
+    return !m_toldAtPicture || told - *m_toldAtPicture > m_film.frame + jitter;
 }
 
 void MpvSession::stop()
@@ -396,14 +398,21 @@ void MpvSession::land()
 {
     m_endCheck.stop();
     const double here = number("time-pos").value_or(m_shown);
-    const bool seekEnded = m_underWay == SearchCommand::Seek && std::abs(here - m_sent) < endOfSeek;
+    // With the sound on, the target's time is told where the sound goes on beyond the pictures.
+    const bool seekEnded = m_silent && m_underWay == SearchCommand::Seek && std::abs(here - m_sent) < endOfSeek;
+    const bool atEnd = seekEnded || flag("eof-reached");
     m_here = here;
-    const SearchCommand next = m_search->landed(here, seekEnded || flag("eof-reached"));
+    const SearchCommand next = m_search->landed(here, atEnd);
     m_shown = m_search->shown();
-    if (m_wish || next.kind == SearchCommand::Done)
+    if (next.kind == SearchCommand::Done) {
         finish();
-    else
+    } else if (m_wish && !atEnd) {
+        // What the search would not settle for is the picture that the wish starts from.
+        m_shown = here;
+        finish();
+    } else {
         execute(next);
+    }
 }
 
 void MpvSession::finish()
@@ -413,13 +422,19 @@ void MpvSession::finish()
     m_film.last = m_search->last();
     m_search.reset();
     m_underWay = SearchCommand::Done;
+    if (!m_wantPaused)
+        m_toldAtPicture.reset();
     // Before any sound: the core's tempo filter fails at the rate of a step.
     setNumber("speed", m_rate);
     applyPause();
-    if (const auto wish = std::exchange(m_wish, std::nullopt))
+    if (const auto wish = std::exchange(m_wish, std::nullopt)) {
+        // Where the sound's time may have been told, the picture is not known, and nothing can be stepped from it.
+        if (!m_silent)
+            m_shown = m_film.first + secondsOf(wish->time);
         pursue(*wish);
-    else
+    } else {
         Q_EMIT landed();
+    }
 }
 
 // Events
@@ -473,9 +488,13 @@ void MpvSession::propertyChanged(std::uint64_t observed, const mpv_event_propert
         setLevel(m_level);
         return;
     }
-    if (m_underWay != SearchCommand::StepForward || property.format == MPV_FORMAT_NONE)
+    if (property.format == MPV_FORMAT_NONE)
         return;
-    if (observed == observeTime && *static_cast<const double *>(property.data) > m_here) {
+    if (observed == observeTime)
+        m_told = *static_cast<const double *>(property.data);
+    if (m_underWay != SearchCommand::StepForward)
+        return;
+    if (observed == observeTime && m_told > m_here) {
         m_reported = true;
         landIfDrawn();
     } else if (observed == observeEnd) {

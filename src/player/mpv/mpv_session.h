@@ -5,7 +5,6 @@
 #include "player/mpv/picture_search.h"
 #include "player/mpv/video_surface.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -83,7 +82,7 @@ private:
     void landIfDrawn();
     [[nodiscard]] bool isDrawn() const;
     void checkForEnd();
-    [[nodiscard]] bool picturesHaveStopped() const;
+    [[nodiscard]] bool tellsMoreThanIsDrawn(double told) const;
     void land();
     void finish();
     void applyPause();
@@ -125,9 +124,10 @@ private:
     /// No sound track is selected. While pictures are searched none is, since past the last picture the core tells
     /// the time of the sound; playing brings it back.
     bool m_silent = false;
+    double m_told = 0.0; ///< the core's time as it was observed last, seconds
+    std::optional<double> m_toldAtPicture; ///< what that was at the last picture drawn, if one was since a search
     std::optional<double> m_startedAt; ///< the core's time when it was told to run, seconds
     QTimer m_startCheck;
-    QElapsedTimer m_sinceDrawn;
     QTimer m_patience;
     QTimer m_endCheck;
 
