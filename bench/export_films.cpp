@@ -30,19 +30,20 @@ QString pannedScene(QSize picture)
 {
     const QSize scenery = picture * 8 / 5;
     return texture(scenery, {20, 12}, 3, 2.5) + "[coarse];" + texture(scenery, {100, 62}, 7, 2.0) + "[middle];"
-        + texture(scenery, {400, 250}, 9, 1.2) + "[fine];"
-        + QString("[coarse][middle]blend=all_mode=average[larger];"
-                  "[larger][fine]blend=all_mode=normal:all_opacity=0.75,eq=contrast=1.2:saturation=0.45,"
-                  "format=yuv420p,loop=-1:1:0,setpts=N/%1/TB,fps=%1,split=3[scenery][here][there];"
-                  "[scenery]crop=%2:%3:x='(iw-ow)*(0.5+0.45*sin(t*0.35))':y='(ih-oh)*(0.5+0.45*sin(t*0.23))'[ground];"
-                  "[here]crop=%2/4:%3/3:x=40:y='40+(ih-oh-80)*(0.5+0.5*sin(t*0.5))',hue=h=120[one];"
-                  "[there]crop=%2/5:%3/2:x='(iw-ow)*(0.5+0.5*cos(t*0.7))':y=20,negate[other];"
-                  "[ground][one]overlay=x='(W-w)*(0.5+0.5*sin(t*0.9))':y='(H-h)*(0.5+0.4*cos(t*0.6))'[both];"
-                  "[both][other]overlay=x='(W-w)*(0.5+0.5*cos(t*1.3))':y='(H-h)*(0.6+0.4*sin(t*0.4))',"
-                  "setsar=1,noise=c0s=6:c0f=t[picture]")
-              .arg(rate)
-              .arg(picture.width())
-              .arg(picture.height());
+           + texture(scenery, {400, 250}, 9, 1.2) + "[fine];"
+           + QString(
+                 "[coarse][middle]blend=all_mode=average[larger];"
+                 "[larger][fine]blend=all_mode=normal:all_opacity=0.75,eq=contrast=1.2:saturation=0.45,"
+                 "format=yuv420p,loop=-1:1:0,setpts=N/%1/TB,fps=%1,split=3[scenery][here][there];"
+                 "[scenery]crop=%2:%3:x='(iw-ow)*(0.5+0.45*sin(t*0.35))':y='(ih-oh)*(0.5+0.45*sin(t*0.23))'[ground];"
+                 "[here]crop=%2/4:%3/3:x=40:y='40+(ih-oh-80)*(0.5+0.5*sin(t*0.5))',hue=h=120[one];"
+                 "[there]crop=%2/5:%3/2:x='(iw-ow)*(0.5+0.5*cos(t*0.7))':y=20,negate[other];"
+                 "[ground][one]overlay=x='(W-w)*(0.5+0.5*sin(t*0.9))':y='(H-h)*(0.5+0.4*cos(t*0.6))'[both];"
+                 "[both][other]overlay=x='(W-w)*(0.5+0.5*cos(t*1.3))':y='(H-h)*(0.6+0.4*sin(t*0.4))',"
+                 "setsar=1,noise=c0s=6:c0f=t[picture]")
+                 .arg(rate)
+                 .arg(picture.width())
+                 .arg(picture.height());
 }
 
 FilmSpec film(const QString &file, QSize size, int frames, const QStringList &video)

@@ -151,7 +151,8 @@ void measureExport(const QString &figure, const QString &film)
         starts += QString::number(firstScene + sceneDistance * i);
     const QString loop = QStringLiteral(
         "film=$1 folder=$2; shift 2; for start; do ffmpeg -nostdin -v error -y -ss \"$start\" -t 5 -i \"$film\" -vf "
-        "\"fps=1:round=up,crop='min(iw,ih)':'min(iw,ih)':0:0,scale=200:200:flags=neighbor,settb=1/4,setpts=N,split[a][b];"
+        "\"fps=1:round=up,crop='min(iw,ih)':'min(iw,ih)':0:0,scale=200:200:flags=neighbor,settb=1/"
+        "4,setpts=N,split[a][b];"
         "[a]palettegen[p];[b][p]paletteuse\" -r 4 -loop 0 \"$folder/$start.gif\" || exit 1; done");
 
     std::vector<double> ours;
@@ -235,9 +236,8 @@ void measurePictures()
         if (!file.open(QIODevice::WriteOnly))
             throw std::runtime_error("no room for a GIF");
         const double start = steadyMilliseconds();
-        TGIFImage gif(200, 200, [&](std::string_view bytes) {
-            file.write(bytes.data(), static_cast<qint64>(bytes.size()));
-        });
+        TGIFImage gif(200, 200,
+                      [&](std::string_view bytes) { file.write(bytes.data(), static_cast<qint64>(bytes.size())); });
         for (const QImage &picture : material.pictures)
             gif.Add(bitmapOf(picture));
         gif.finish();
@@ -249,7 +249,8 @@ void measurePictures()
 
         const double ourLikeness = likeness(ourFile, source, material.pictures.size());
         const double theirLikeness = likeness(theirFile, source, material.pictures.size());
-        const double bytes = static_cast<double>(QFileInfo(ourFile).size()) / static_cast<double>(QFileInfo(theirFile).size());
+        const double bytes =
+            static_cast<double>(QFileInfo(ourFile).size()) / static_cast<double>(QFileInfo(theirFile).size());
         std::printf("# %s: %.2f dB, ffmpeg %.2f dB; bytes %.3f of ffmpeg's; %.1f ms a picture\n", material.name.c_str(),
                     ourLikeness, theirLikeness, bytes, duration / static_cast<double>(material.pictures.size()));
         leastGain = std::min(leastGain, ourLikeness - theirLikeness);
@@ -295,7 +296,8 @@ void measureDatabase()
         QProcess sqlite;
         sqlite.start("sqlite3", {databaseFileOf(VideoPath), "select count(*), sum(length(image)) from scenes"});
         sqlite.waitForFinished();
-        if (sqlite.readAllStandardOutput().trimmed() != QByteArray::number(count) + '|' + QByteArray::number(count * imageBytes))
+        if (sqlite.readAllStandardOutput().trimmed()
+            != QByteArray::number(count) + '|' + QByteArray::number(count * imageBytes))
             throw std::runtime_error("rows are missing");
         if (counter.paints == 0)
             throw std::runtime_error("the window was not painted");

@@ -20,7 +20,7 @@ constexpr int turn = 23;
 double latticeValue(int x, int y, int layer)
 {
     auto bits = static_cast<std::uint32_t>(x) * 374761393U + static_cast<std::uint32_t>(y) * 668265263U
-        + static_cast<std::uint32_t>(layer) * 2246822519U;
+                + static_cast<std::uint32_t>(layer) * 2246822519U;
     bits = (bits ^ (bits >> 13U)) * 1274126177U;
     return static_cast<double>((bits ^ (bits >> 16U)) & 0xFFFFU) / 65535.0;
 }
@@ -96,7 +96,8 @@ QImage photograph(double cameraX, double ballX, std::mt19937 &random)
             const Light light = sceneLight(x + cameraX, y, ballX, 130);
             const double common = noise(random);
             for (const double channel : light)
-                *pixel++ = static_cast<uchar>(std::clamp(std::lround(channel + common + noise(random) * 0.5), 0L, 255L));
+                *pixel++ =
+                    static_cast<uchar>(std::clamp(std::lround(channel + common + noise(random) * 0.5), 0L, 255L));
         }
     }
     return picture;

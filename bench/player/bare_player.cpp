@@ -34,12 +34,10 @@ BarePlayer::BarePlayer(const char *path, int width, int height)
         if (mpv_set_option_string(m_core.get(), name, value) < 0)
             qFatal("the player core knows no option %s=%s", name, value);
     }
-    std::array parameters{
-        mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
-        mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
+    std::array parameters{mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
+                          mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
     mpv_render_context *context = nullptr;
-    if (mpv_initialize(m_core.get()) < 0
-        || mpv_render_context_create(&context, m_core.get(), parameters.data()) < 0)
+    if (mpv_initialize(m_core.get()) < 0 || mpv_render_context_create(&context, m_core.get(), parameters.data()) < 0)
         qFatal("the player core does not start");
     m_context.reset(context);
     const auto onUpdate = [](void *data) {
@@ -93,8 +91,7 @@ double BarePlayer::stepForward()
 
 double BarePlayer::seek(double seconds)
 {
-    while (mpv_wait_event(m_core.get(), 0.0)->event_id != MPV_EVENT_NONE) {
-    }
+    while (mpv_wait_event(m_core.get(), 0.0)->event_id != MPV_EVENT_NONE) {}
     std::unique_lock lock(m_mutex);
     const std::uint64_t next = m_begun + 1;
     lock.unlock();
@@ -153,12 +150,11 @@ void BarePlayer::drawPictures()
         lock.unlock();
         std::array<int, 2> size{m_width, m_height};
         std::size_t stride = static_cast<std::size_t>(m_width) * sizeof(std::uint32_t);
-        std::array parameters{
-            mpv_render_param{MPV_RENDER_PARAM_SW_SIZE, size.data()},
-            mpv_render_param{MPV_RENDER_PARAM_SW_FORMAT, const_cast<char *>("bgr0")},
-            mpv_render_param{MPV_RENDER_PARAM_SW_STRIDE, &stride},
-            mpv_render_param{MPV_RENDER_PARAM_SW_POINTER, m_pixels.data()},
-            mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
+        std::array parameters{mpv_render_param{MPV_RENDER_PARAM_SW_SIZE, size.data()},
+                              mpv_render_param{MPV_RENDER_PARAM_SW_FORMAT, const_cast<char *>("bgr0")},
+                              mpv_render_param{MPV_RENDER_PARAM_SW_STRIDE, &stride},
+                              mpv_render_param{MPV_RENDER_PARAM_SW_POINTER, m_pixels.data()},
+                              mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
         mpv_render_context_render(m_context.get(), parameters.data());
         mpv_render_context_report_swap(m_context.get());
         lock.lock();

@@ -43,7 +43,7 @@ private:
     std::condition_variable m_changed;
     bool m_updated = false;
     bool m_ended = false;
-    std::uint64_t m_begun = 0;  ///< new pictures whose drawing has begun
-    std::uint64_t m_drawn = 0;  ///< new pictures drawn
-    double m_drawnAt = 0.0;     ///< when the last of them was (steady milliseconds)
+    std::uint64_t m_begun = 0; ///< new pictures whose drawing has begun
+    std::uint64_t m_drawn = 0; ///< new pictures drawn
+    double m_drawnAt = 0.0;    ///< when the last of them was (steady milliseconds)
 };

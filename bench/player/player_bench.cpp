@@ -70,8 +70,9 @@ int main(int argc, char *argv[])
 
     // The picture is drawn on a thread of the surface's own, which this is called on.
     std::atomic<double> drawnAt = 0.0;
-    QObject::connect(&player.system().surface(), &VideoSurface::pictureDrawn, &player.system().surface(),
-                     [&drawnAt] { drawnAt = steadyMilliseconds(); }, Qt::DirectConnection);
+    QObject::connect(
+        &player.system().surface(), &VideoSurface::pictureDrawn, &player.system().surface(),
+        [&drawnAt] { drawnAt = steadyMilliseconds(); }, Qt::DirectConnection);
 
     constexpr int steps = 100;
     // Some way into a group, so that a step that seeks has to pay for it.

@@ -52,8 +52,8 @@ public:
         const auto x = static_cast<std::int16_t>(m_screen->width_in_pixels / 2);
         const auto y = static_cast<std::int16_t>(m_screen->height_in_pixels / 2);
         constexpr std::uint32_t allPlanes = 0xFFFFFFFF;
-        const auto request = xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, x, y, 1, 1,
-                                           allPlanes);
+        const auto request =
+            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, x, y, 1, 1, allPlanes);
         const std::unique_ptr<xcb_get_image_reply_t, decltype(&std::free)> reply(
             xcb_get_image_reply(m_connection, request, nullptr), &std::free);
         if (!reply)

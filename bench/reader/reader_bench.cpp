@@ -123,9 +123,14 @@ double userSecondsOfFfmpeg(const QString &film)
 {
     const double before = childrenUserSeconds();
     for (int scene = 0; scene < scenes; ++scene) {
-        const QStringList arguments{"-nostdin", "-v", "error", "-y", "-ss", QString::number(sceneStart(scene), 'f', 1),
-                                    "-t", QString::number(sceneSeconds), "-i", film, "-vf", "fps=1:round=up", "-f",
-                                    "null", "-"};
+        const QStringList arguments{"-nostdin", "-v",
+                                    "error",    "-y",
+                                    "-ss",      QString::number(sceneStart(scene), 'f', 1),
+                                    "-t",       QString::number(sceneSeconds),
+                                    "-i",       film,
+                                    "-vf",      "fps=1:round=up",
+                                    "-f",       "null",
+                                    "-"};
         if (QProcess::execute("ffmpeg", arguments) != 0)
             throw std::runtime_error("ffmpeg fails on " + film.toStdString());
     }

@@ -99,11 +99,17 @@ int main(int argc, char *argv[])
         for (int run = 0; run < runs; ++run) {
             fill(window.StringGrid1, count);
             show();
-            costs.sort.push_back(secondsOf([&] { window.N13Click(); show(); }));
+            costs.sort.push_back(secondsOf([&] {
+                window.N13Click();
+                show();
+            }));
             costs.save.push_back(secondsOf([&] { window.Save1Click(); }));
             window.N12Click();
             show();
-            costs.load.push_back(secondsOf([&] { window.Open1Click(); show(); }));
+            costs.load.push_back(secondsOf([&] {
+                window.Open1Click();
+                show();
+            }));
             costs.parse.push_back(secondsOf([&] {
                 const QStringList arguments{QStringLiteral("--noout"), VideoPath + QStringLiteral(".scenes")};
                 if (QProcess::execute(QStringLiteral("xmllint"), arguments) != 0)

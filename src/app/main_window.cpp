@@ -542,7 +542,8 @@ void TForm1::showOpenedVideo(const QString &filePath)
     StatusBar1[0]->setText(QStringLiteral("Продолжительность: ") + GetTimeForMovie(seconds));
     StatusBar1[2]->setText(videoInformation(srcWidth, srcHeight, fps));
     // "[*]" in a title is the framework's own mark, which a doubled one escapes.
-    setWindowTitle(QStringLiteral("Таврин - ") + str_replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"), filePath));
+    setWindowTitle(QStringLiteral("Таврин - ")
+                   + str_replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"), filePath));
 }
 
 void TForm1::showPlaying(bool playing)

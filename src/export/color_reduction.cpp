@@ -104,7 +104,8 @@ class ColorReduction::Work {
 public:
     const IndexedPicture &reduce(const Bitmap &picture)
     {
-        const std::size_t pixels = static_cast<std::size_t>(picture.Width()) * static_cast<std::size_t>(picture.Height());
+        const std::size_t pixels =
+            static_cast<std::size_t>(picture.Width()) * static_cast<std::size_t>(picture.Height());
         result.palette.clear();
         result.pixels.resize(pixels);
         result.transparent = -1;
@@ -219,7 +220,8 @@ private:
         liq_result *quantized = nullptr;
         if (!histogram
             || liq_histogram_add_colors(histogram.get(), attributes.get(), entries.data(),
-                                        static_cast<int>(entries.size()), 0) != LIQ_OK
+                                        static_cast<int>(entries.size()), 0)
+                   != LIQ_OK
             || liq_histogram_quantize(histogram.get(), attributes.get(), &quantized) != LIQ_OK)
             throw std::bad_alloc();
         const Quantized owner(quantized);
@@ -256,8 +258,8 @@ private:
             sum.blue += cell.blue;
             sum.count += cell.count;
             const PaletteColor &color = result.palette[index];
-            error += cell.count * static_cast<double>(
-                         squaredDistance({color.red, color.green, color.blue}, red, green, blue));
+            error += cell.count
+                     * static_cast<double>(squaredDistance({color.red, color.green, color.blue}, red, green, blue));
         }
         meanError = error / (static_cast<double>(picture.Width()) * picture.Height());
         for (std::size_t i = 0; i < result.palette.size(); ++i) {

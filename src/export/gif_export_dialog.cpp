@@ -65,8 +65,8 @@ void makeFolder(const QString &folder)
 } // namespace
 
 TForm4::TForm4(QWidget *owner)
-    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                         Qt::MSWindowsFixedSizeDialogHint),
+    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
+                         | Qt::MSWindowsFixedSizeDialogHint),
       reader(std::make_unique<FRAME_READER>())
 {
     setWindowTitle(dialogCaption);

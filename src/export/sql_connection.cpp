@@ -141,7 +141,7 @@ bool databaseIsInUse(const QString &file)
     if (opening != SQLITE_OK)
         return false;
     // An exclusive lock is refused while another connection reads or writes, or has a write-ahead log open.
-    const int code = sqlite3_exec(database, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; ROLLBACK", nullptr,
-                                  nullptr, nullptr);
+    const int code =
+        sqlite3_exec(database, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; ROLLBACK", nullptr, nullptr, nullptr);
     return (code & 0xFF) == SQLITE_BUSY;
 }

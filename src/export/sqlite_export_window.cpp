@@ -46,16 +46,15 @@ void openNew(TSQLConnection &connection, const QString &file)
 } // namespace
 
 TForm5::TForm5(QWidget *owner)
-    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                         Qt::MSWindowsFixedSizeDialogHint)
+    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
+                         | Qt::MSWindowsFixedSizeDialogHint)
 {
     setWindowTitle(QStringLiteral("Экспорт сцен в SQLite"));
     setObjectName(QStringLiteral("Form5"));
     setModal(true);
 
     auto *column = new QVBoxLayout(this);
-    const auto button = [&](const char *name, const char *iconName, const QString &caption,
-                            void (TForm5::*handler)()) {
+    const auto button = [&](const char *name, const char *iconName, const QString &caption, void (TForm5::*handler)()) {
         auto *control = new QPushButton(icon(iconName), caption, this);
         control->setObjectName(QLatin1String(name));
         control->setMinimumHeight(buttonHeight);

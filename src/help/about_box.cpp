@@ -33,8 +33,8 @@ constexpr TImage *TAboutBox::*images[] = {
 } // namespace
 
 TAboutBox::TAboutBox(QWidget *owner)
-    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                         Qt::MSWindowsFixedSizeDialogHint)
+    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
+                         | Qt::MSWindowsFixedSizeDialogHint)
 {
     AboutBox = this;
     setObjectName(QStringLiteral("AboutBox"));

@@ -145,8 +145,8 @@ void Open(const QString &filePath)
     // A stream without frames is stepped through at the rate that holds before any video.
     constexpr double defaultFrameRate = 25.0;
     const double averageTimePerFrame = pBasVid->averageTimePerFrame();
-    fps = averageTimePerFrame > 0.0 && std::isfinite(averageTimePerFrame) ? 1.0 / averageTimePerFrame
-                                                                          : defaultFrameRate;
+    fps =
+        averageTimePerFrame > 0.0 && std::isfinite(averageTimePerFrame) ? 1.0 / averageTimePerFrame : defaultFrameRate;
     speed = 1.0;
     (void)g_pSeek->setRate(speed);
     display->resetSpeedBar();

@@ -26,21 +26,16 @@ std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &int
     const AVFrame *first = finder->firstPicture();
     const int width = first != nullptr ? first->width : opened.parameters().width;
     const int height = first != nullptr ? first->height : opened.parameters().height;
-    const auto geometry =
-        shownGeometry(width, height, opened.pixelAspect(first), quarterTurnsOf(opened.stream()));
+    const auto geometry = shownGeometry(width, height, opened.pixelAspect(first), quarterTurnsOf(opened.stream()));
     if (!geometry)
         return nullptr;
     return std::unique_ptr<Film>(new Film(std::move(finder), *geometry));
 }
 
 Film::Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry)
-    : m_finder(std::move(finder))
-    , m_geometry(geometry)
-    , m_painter(geometry)
-    , m_frameRate(m_finder->file().frameRate())
-    , m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->file().stream().time_base)))
-    , m_frameCount(m_finder->file().pictureCount())
-    , m_pattern(av_q2d(m_frameRate))
+    : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry), m_frameRate(m_finder->file().frameRate()),
+      m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->file().stream().time_base))),
+      m_frameCount(m_finder->file().pictureCount()), m_pattern(av_q2d(m_frameRate))
 {
 }
 

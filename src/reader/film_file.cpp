@@ -151,8 +151,8 @@ bool FilmFile::prepareOrder()
             return false;
     }
     m_tellsTimes = !m_isAvi && m_stream->start_time != AV_NOPTS_VALUE;
-    m_order = m_tellsTimes ? PresentationOrder::filling(*m_stream->codecpar)
-                           : PresentationOrder::of(*m_stream->codecpar);
+    m_order =
+        m_tellsTimes ? PresentationOrder::filling(*m_stream->codecpar) : PresentationOrder::of(*m_stream->codecpar);
     forgetPosition();
     return true;
 }
@@ -201,8 +201,7 @@ std::optional<std::int64_t> FilmFile::indexedKey(std::int64_t decodingTime) cons
 {
     if (m_sparseIndex || avformat_index_get_entries_count(m_stream) < 2)
         return std::nullopt;
-    const AVIndexEntry *entry =
-        avformat_index_get_entry_from_timestamp(m_stream, decodingTime, AVSEEK_FLAG_BACKWARD);
+    const AVIndexEntry *entry = avformat_index_get_entry_from_timestamp(m_stream, decodingTime, AVSEEK_FLAG_BACKWARD);
     if (entry == nullptr)
         return std::nullopt;
     return entry->timestamp;
@@ -359,12 +358,11 @@ bool FilmFile::seekToStart()
 {
     forgetPosition();
     // By times a seek finds a key picture; the film may begin before its first one.
-    const bool byBytes = (m_context->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0
-        && (m_sparseIndex || m_countsSlots);
+    const bool byBytes = (m_context->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0 && (m_sparseIndex || m_countsSlots);
     int result = -1;
     if (byBytes)
-        result = avformat_seek_file(m_context.get(), -1, std::numeric_limits<std::int64_t>::min(), 0, 0,
-                                    AVSEEK_FLAG_BYTE);
+        result =
+            avformat_seek_file(m_context.get(), -1, std::numeric_limits<std::int64_t>::min(), 0, 0, AVSEEK_FLAG_BYTE);
     if (result < 0) {
         const AVIndexEntry *entry = avformat_index_get_entry(m_stream, 0);
         const std::int64_t start = m_stream->start_time == AV_NOPTS_VALUE ? 0 : m_stream->start_time;

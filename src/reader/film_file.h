@@ -78,7 +78,7 @@ private:
     std::string m_path;
     Interrupted m_ended;
     const Interrupted *m_interrupted = nullptr; ///< while opening
-    InputOutput m_input; ///< the file, whatever its name names by now
+    InputOutput m_input;                        ///< the file, whatever its name names by now
     FormatContext m_context;
     AVStream *m_stream = nullptr;
     bool m_isAvi = false;
@@ -86,9 +86,9 @@ private:
     bool m_sparseIndex = false; ///< there is none worth the name: transport and program streams
     BitstreamFilter m_filter;
     bool m_tellsTimes = true;
-    bool m_countsSlots = false; ///< the film tells no times at all, packets are counted
+    bool m_countsSlots = false;                       ///< the film tells no times at all, packets are counted
     std::map<std::int64_t, std::int64_t> m_keyPlaces; ///< slots and bytes of key packets that were met, if counted
-    std::unique_ptr<PresentationOrder> m_order; ///< null if every packet has its presentation time
+    std::unique_ptr<PresentationOrder> m_order;       ///< null if every packet has its presentation time
     bool m_orderEnded = false;
     bool m_atEnd = false;
     std::int64_t m_lastSlot = AV_NOPTS_VALUE;

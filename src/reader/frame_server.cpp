@@ -36,9 +36,8 @@ std::unique_ptr<FrameServer> FrameServer::create(const std::string &shareName, I
 }
 
 FrameServer::FrameServer(std::string shareName, Interrupted ended)
-    : m_shareName(std::move(shareName))
-    , m_ended(std::move(ended))
-    , m_interrupted([this] { return m_ended() || m_commands->hasChanged(); })
+    : m_shareName(std::move(shareName)), m_ended(std::move(ended)),
+      m_interrupted([this] { return m_ended() || m_commands->hasChanged(); })
 {
 }
 
@@ -50,10 +49,10 @@ bool FrameServer::createObjects()
     const auto starting = LivenessMutex::create(liveness + " starting");
     if (!starting || LivenessMutex::exists(liveness))
         return false;
-    auto commands = SharedMemory::create(objectName(frame_protocol::commandBlock, m_shareName),
-                                         frame_protocol::blockSize);
-    auto results = SharedMemory::create(objectName(frame_protocol::resultBlock, m_shareName),
-                                        frame_protocol::blockSize);
+    auto commands =
+        SharedMemory::create(objectName(frame_protocol::commandBlock, m_shareName), frame_protocol::blockSize);
+    auto results =
+        SharedMemory::create(objectName(frame_protocol::resultBlock, m_shareName), frame_protocol::blockSize);
     if (!commands || !results || !reserveData(leastDataSize))
         return false;
     m_commands.emplace(std::move(commands));
@@ -157,7 +156,7 @@ std::optional<std::string> FrameServer::open(const std::string &path)
         return std::nullopt;
     }
     return std::to_string(m_film->width()) + ' ' + std::to_string(m_film->height()) + ' '
-        + std::to_string(m_film->frameCount()) + ' ' + number(m_film->frameRate());
+           + std::to_string(m_film->frameCount()) + ' ' + number(m_film->frameRate());
 }
 
 void FrameServer::openAgainIfFileChanged()
@@ -187,9 +186,8 @@ std::optional<std::string> FrameServer::read(const Command &command)
     if (!m_film)
         return std::nullopt;
     const auto fitting = static_cast<std::int64_t>(m_data->size() / m_film->pictureBytes());
-    const std::int64_t count = std::min(std::clamp<std::int64_t>(command.count.value_or(m_frames), 1,
-                                                                 frame_protocol::mostFrames),
-                                        fitting);
+    const std::int64_t count =
+        std::min(std::clamp<std::int64_t>(command.count.value_or(m_frames), 1, frame_protocol::mostFrames), fitting);
     if (count < 1)
         return std::nullopt;
     const std::span<std::byte> pixels(m_data->data(), static_cast<std::size_t>(count) * m_film->pictureBytes());

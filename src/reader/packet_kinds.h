@@ -17,6 +17,6 @@ public:
 private:
     enum class Kind { None, Mpeg12, Mpeg4, H264, Hevc };
     Kind m_kind = Kind::None;
-    int m_lengthSize = 0;      ///< bytes of a unit's length before it; 0 if start codes separate units
-    int m_highestLayer = -1;   ///< HEVC: temporal sub-layers 0 .. this
+    int m_lengthSize = 0;    ///< bytes of a unit's length before it; 0 if start codes separate units
+    int m_highestLayer = -1; ///< HEVC: temporal sub-layers 0 .. this
 };

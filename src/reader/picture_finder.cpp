@@ -59,11 +59,8 @@ std::unique_ptr<PictureFinder> PictureFinder::create(std::unique_ptr<FilmFile> f
 }
 
 PictureFinder::PictureFinder(std::unique_ptr<FilmFile> file)
-    : m_file(std::move(file))
-    , m_timeBase(m_file->stream().time_base)
-    , m_kinds(m_file->parameters())
-    , m_reordering(reorderingOf(m_file->parameters()))
-    , m_trustDecodingTimes(m_file->tellsTimes())
+    : m_file(std::move(file)), m_timeBase(m_file->stream().time_base), m_kinds(m_file->parameters()),
+      m_reordering(reorderingOf(m_file->parameters())), m_trustDecodingTimes(m_file->tellsTimes())
 {
 }
 
@@ -330,7 +327,7 @@ bool PictureFinder::readsFurther() const
 {
     constexpr std::size_t mostWithoutTimes = 64;
     return m_complete < m_asked && m_queuedBytes < mostQueuedBytes && m_queue.size() < mostQueuedPackets
-        && (m_complete > earliest || m_queue.size() < mostWithoutTimes);
+           && (m_complete > earliest || m_queue.size() < mostWithoutTimes);
 }
 
 void PictureFinder::readOne()
@@ -350,8 +347,7 @@ void PictureFinder::enqueue(Packet packet)
     queued.key = m_kinds.isKey(*packet);
     if ((packet->flags & AV_PKT_FLAG_DISCARD) == 0)
         queued.time = packet->pts;
-    queued.droppable =
-        queued.time != AV_NOPTS_VALUE && m_file->tellsTimes() && m_kinds.isUnreferenced(*packet);
+    queued.droppable = queued.time != AV_NOPTS_VALUE && m_file->tellsTimes() && m_kinds.isUnreferenced(*packet);
     noteTime(queued.time, packet->dts);
     m_queuedBytes += static_cast<std::size_t>(packet->size);
     queued.packet = std::move(packet);
@@ -467,7 +463,7 @@ const PictureFinder::Shown *PictureFinder::keepAnswer(std::int64_t time, bool la
 {
     const auto isKept = [this](const Shown *shown) {
         return (m_end && shown == &*m_end)
-            || std::any_of(m_kept.begin(), m_kept.end(), [shown](const Shown &kept) { return shown == &kept; });
+               || std::any_of(m_kept.begin(), m_kept.end(), [shown](const Shown &kept) { return shown == &kept; });
     };
     const Shown *shown = atHand(time);
     if (shown != nullptr && isKept(shown))
@@ -498,9 +494,8 @@ const PictureFinder::Shown *PictureFinder::keepAnswer(std::int64_t time, bool la
         return nullptr;
 
     const auto isExpected = [this](const Shown &kept) {
-        return std::any_of(m_expected.begin(), m_expected.end(), [&kept](std::int64_t expected) {
-            return kept.from <= expected && expected < kept.until;
-        });
+        return std::any_of(m_expected.begin(), m_expected.end(),
+                           [&kept](std::int64_t expected) { return kept.from <= expected && expected < kept.until; });
     };
     while (m_kept.size() >= capacity(40'000'000, 3, 12)) {
         const auto dispensable = std::find_if_not(m_kept.begin(), m_kept.end(), isExpected);

@@ -123,9 +123,9 @@ private:
     int m_failures = 0;     ///< of the decoder since then
     std::deque<Queued> m_queue;
     std::size_t m_queuedBytes = 0;
-    std::map<std::int64_t, Fate> m_times; ///< of the packets that were read
-    std::int64_t m_complete = earliest;   ///< no packet to come is at or before this
-    std::int64_t m_startKey = earliest;   ///< the key picture that decoding started at
+    std::map<std::int64_t, Fate> m_times;    ///< of the packets that were read
+    std::int64_t m_complete = earliest;      ///< no packet to come is at or before this
+    std::int64_t m_startKey = earliest;      ///< the key picture that decoding started at
     std::optional<std::int64_t> m_lastShown; ///< the last picture that was given
 
     std::deque<Shown> m_recent; ///< the last pictures given, whatever they were for

@@ -94,8 +94,7 @@ std::int64_t mostPicturePixels()
     return std::min(static_cast<std::int64_t>(memory / heldBytesPerPixel), mostAnyway);
 }
 
-std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AVRational pixelAspect,
-                                             int quarterTurns)
+std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AVRational pixelAspect, int quarterTurns)
 {
     if (codedWidth <= 0 || codedHeight <= 0)
         return std::nullopt;
@@ -112,8 +111,7 @@ std::optional<PictureGeometry> shownGeometry(int codedWidth, int codedHeight, AV
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
     if (width > most || height > most || width * height > mostPicturePixels())
         return std::nullopt;
-    const PictureGeometry geometry{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height),
-                                   quarterTurns};
+    const PictureGeometry geometry{static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), quarterTurns};
     return geometry.bytes() ? std::optional(geometry) : std::nullopt;
 }
 

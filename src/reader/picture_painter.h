@@ -10,7 +10,7 @@
 
 /// How a film's pictures are shown.
 struct PictureGeometry {
-    std::int32_t width = 0;  ///< as shown, in square pixels, at least 1
+    std::int32_t width = 0; ///< as shown, in square pixels, at least 1
     std::int32_t height = 0;
     int quarterTurns = 0; ///< clockwise, 0 .. 3, from the coded picture to the shown one
 

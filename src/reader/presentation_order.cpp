@@ -52,8 +52,7 @@ private:
 class NumberedPictures final : public PresentationOrder {
 public:
     explicit NumberedPictures(const AVCodecParameters &stream)
-        : PresentationOrder(stream)
-        , m_delay(static_cast<std::size_t>(stream.video_delay))
+        : PresentationOrder(stream), m_delay(static_cast<std::size_t>(stream.video_delay))
     {
     }
 
@@ -121,8 +120,7 @@ private:
 } // namespace
 
 PresentationOrder::PresentationOrder(const AVCodecParameters &stream)
-    : m_parser(av_parser_init(stream.codec_id))
-    , m_parsed(avcodec_alloc_context3(nullptr))
+    : m_parser(av_parser_init(stream.codec_id)), m_parsed(avcodec_alloc_context3(nullptr))
 {
     if (!m_parser || !m_parsed || avcodec_parameters_to_context(m_parsed.get(), &stream) < 0) {
         m_parser.reset();

@@ -32,9 +32,9 @@ private:
 
     double m_second;             ///< in pictures
     std::vector<double> m_times; ///< seconds that the last read may stand for; none if that is not known
-    std::int64_t m_stride = 0; ///< between reads; 0 for one second
+    std::int64_t m_stride = 0;   ///< between reads; 0 for one second
     std::int64_t m_last = 0;
     std::int64_t m_lastDistance = 0;
-    int m_reads = 0;         ///< of this run
-    int m_readsBefore = 0;   ///< of the run before; 0 if there was none
+    int m_reads = 0;       ///< of this run
+    int m_readsBefore = 0; ///< of the run before; 0 if there was none
 };

@@ -29,7 +29,7 @@ private:
     [[nodiscard]] std::string text() const;
 
     std::unique_ptr<SharedMemory> m_memory;
-    std::string m_seen;  ///< read once
+    std::string m_seen; ///< read once
     std::string m_taken;
 };
 

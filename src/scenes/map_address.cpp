@@ -43,8 +43,7 @@ std::optional<MapPoint> pointInOpenStreetMap(const QString &address)
     }
     const QString latitudeKey = QStringLiteral("lat=");
     if (address.contains(latitudeKey)) {
-        const QString point =
-            str_replace(QStringLiteral("&lon="), comma, getFieldFromString(1, address, latitudeKey));
+        const QString point = str_replace(QStringLiteral("&lon="), comma, getFieldFromString(1, address, latitudeKey));
         return MapPoint{getFieldFromString(0, point, comma), getFieldFromString(1, point, comma)};
     }
     return std::nullopt;

@@ -11,8 +11,8 @@ namespace {
 
 /// The scene's fields in the order of their columns, from `PositionColumn`.
 constexpr std::array<QString Scene::*, sceneColumnCount - PositionColumn> fields{
-    &Scene::position, &Scene::length, &Scene::type,  &Scene::subtype, &Scene::lasttype, &Scene::title,
-    &Scene::persons,  &Scene::place,  &Scene::time,  &Scene::comment, &Scene::latitude, &Scene::longitude,
+    &Scene::position, &Scene::length, &Scene::type, &Scene::subtype, &Scene::lasttype, &Scene::title,
+    &Scene::persons,  &Scene::place,  &Scene::time, &Scene::comment, &Scene::latitude, &Scene::longitude,
 };
 
 } // namespace

@@ -75,8 +75,8 @@ QStringList readTypeList()
 TForm2::TForm2(QWidget *owner) : TForm2(owner, readTypeList()) {}
 
 TForm2::TForm2(QWidget *owner, const QStringList &typeList)
-    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint |
-                         Qt::MSWindowsFixedSizeDialogHint),
+    : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
+                         | Qt::MSWindowsFixedSizeDialogHint),
       beep(warningBeep), openAddress([](const QString &address) { shellOpen(address.toStdString()); }),
       afterDoubleClick(new QTimer(this))
 {
@@ -114,8 +114,8 @@ void TForm2::buildControls()
     GroupBox2 = group("GroupBox2", QStringLiteral("Описание"));
 
     // Controls are created in the order that Tab visits them.
-    const auto edit = [](const char *name, QGroupBox *box, QLabel *&label, const QString &caption,
-                         const QString &hint, Qt::Alignment alignment = Qt::AlignLeft) {
+    const auto edit = [](const char *name, QGroupBox *box, QLabel *&label, const QString &caption, const QString &hint,
+                         Qt::Alignment alignment = Qt::AlignLeft) {
         label = new QLabel(caption, box);
         label->setTextFormat(Qt::PlainText);
         auto *field = new QLineEdit(box);
@@ -152,8 +152,7 @@ void TForm2::buildControls()
     };
 
     Edit1 = edit("Edit1", GroupBox1, Label1, QStringLiteral("Начало сцены"), QStringLiteral("0"), Qt::AlignRight);
-    Edit2 = edit("Edit2", GroupBox1, Label2, QStringLiteral("Продолжительность"), QStringLiteral("23"),
-                 Qt::AlignRight);
+    Edit2 = edit("Edit2", GroupBox1, Label2, QStringLiteral("Продолжительность"), QStringLiteral("23"), Qt::AlignRight);
 
     Edit8 = edit("Edit8", GroupBox4, Label8, QStringLiteral("Широта"), QStringLiteral("56.1489315"), Qt::AlignRight);
     Edit9 = edit("Edit9", GroupBox4, Label9, QStringLiteral("Долгота"), QStringLiteral("47.203575"), Qt::AlignRight);
@@ -163,11 +162,9 @@ void TForm2::buildControls()
     ComboBox1->setAccessibleDescription(QStringLiteral("Картографический сервис"));
     ComboBox1->addItems(mapServices());
     BitBtn2 = button("BitBtn2", QStringLiteral("Указать"), "map", &TForm2::BitBtn2Click);
-    BitBtn2->setToolTip(
-        QStringLiteral("Нажмите на кнопку чтобы открыть соответствующий картографический сервис"));
+    BitBtn2->setToolTip(QStringLiteral("Нажмите на кнопку чтобы открыть соответствующий картографический сервис"));
     BitBtn5 = button("BitBtn5", QStringLiteral("Вставить"), "paste", &TForm2::BitBtn5Click);
-    BitBtn5->setToolTip(
-        QStringLiteral("Скопируйте адресную строку браузера в буфер обмена и нажмите эту кнопку"));
+    BitBtn5->setToolTip(QStringLiteral("Скопируйте адресную строку браузера в буфер обмена и нажмите эту кнопку"));
 
     ListBox1 = listBox("ListBox1", QStringLiteral("Тип сцены"));
     ListBox2 = listBox("ListBox2", QStringLiteral("Подтип сцены"));
@@ -246,9 +243,8 @@ void TForm2::buildLayout()
 
     constexpr int margin = 8;
     constexpr int spacing = 6;
-    for (QLayout *layout : {static_cast<QLayout *>(times), static_cast<QLayout *>(map),
-                            static_cast<QLayout *>(types), static_cast<QLayout *>(description),
-                            static_cast<QLayout *>(all)}) {
+    for (QLayout *layout : {static_cast<QLayout *>(times), static_cast<QLayout *>(map), static_cast<QLayout *>(types),
+                            static_cast<QLayout *>(description), static_cast<QLayout *>(all)}) {
         layout->setContentsMargins(margin, margin, margin, margin);
         layout->setSpacing(spacing);
     }

@@ -53,8 +53,8 @@ public:
 } // namespace
 
 TForm3::TForm3(QWidget *owner)
-    : QWidget(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMaximizeButtonHint |
-                         Qt::WindowCloseButtonHint),
+    : QWidget(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMaximizeButtonHint
+                         | Qt::WindowCloseButtonHint),
       StringGrid1(new TStringGrid(sceneColumnCount, this)), StatusBar1(new QStatusBar(this))
 {
     setWindowTitle(QStringLiteral("Список сцен"));
@@ -116,9 +116,8 @@ void TForm3::buildMenus()
     rowMenu->addActions(PopupMenu1->actions());
     rowMenu->addSeparator();
     rowMenu->addActions(PopupMenu2->actions());
-    connect(StringGrid1, &TStringGrid::ContextPopup, this, [this](const QPoint &position, bool onRow) {
-        (onRow ? rowMenu : PopupMenu1)->popup(position);
-    });
+    connect(StringGrid1, &TStringGrid::ContextPopup, this,
+            [this](const QPoint &position, bool onRow) { (onRow ? rowMenu : PopupMenu1)->popup(position); });
 }
 
 void TForm3::contextMenuEvent(QContextMenuEvent *event)

@@ -63,8 +63,8 @@ void enterRoot(QXmlStreamReader &reader)
             break;
     }
     if (!reader.hasError() && reader.name() != QLatin1String("scenes")) {
-        reader.raiseError(QStringLiteral("корневой элемент называется «%1», а не «scenes»")
-                              .arg(reader.qualifiedName()));
+        reader.raiseError(
+            QStringLiteral("корневой элемент называется «%1», а не «scenes»").arg(reader.qualifiedName()));
     }
 }
 

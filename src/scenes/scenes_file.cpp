@@ -29,10 +29,10 @@ void appendField(QByteArray &xml, const char *element, const QString &text)
 
 /// The getters in the order of the columns.
 constexpr std::array<QString (IXMLsceneType::*)() const, sceneElements.size()> getters{
-    &IXMLsceneType::Get_position,  &IXMLsceneType::Get_length,   &IXMLsceneType::Get_type,
-    &IXMLsceneType::Get_subtype,   &IXMLsceneType::Get_lasttype, &IXMLsceneType::Get_title,
-    &IXMLsceneType::Get_persons,   &IXMLsceneType::Get_place,    &IXMLsceneType::Get_time,
-    &IXMLsceneType::Get_commemt,   &IXMLsceneType::Get_latitude, &IXMLsceneType::Get_longitude,
+    &IXMLsceneType::Get_position, &IXMLsceneType::Get_length,   &IXMLsceneType::Get_type,
+    &IXMLsceneType::Get_subtype,  &IXMLsceneType::Get_lasttype, &IXMLsceneType::Get_title,
+    &IXMLsceneType::Get_persons,  &IXMLsceneType::Get_place,    &IXMLsceneType::Get_time,
+    &IXMLsceneType::Get_commemt,  &IXMLsceneType::Get_latitude, &IXMLsceneType::Get_longitude,
 };
 
 } // namespace
@@ -86,7 +86,7 @@ void saveList(const GridCells &list, const QString &fileName)
     const std::error_code error = replaceWholeFile(
         fileName.toStdU16String(), std::string_view(xml.constData(), static_cast<std::size_t>(xml.size())));
     if (error) {
-        throw UserError(QStringLiteral("Не удалось сохранить список сцен в файл «%1»: %2")
-                            .arg(fileName, errorReason(error)));
+        throw UserError(
+            QStringLiteral("Не удалось сохранить список сцен в файл «%1»: %2").arg(fileName, errorReason(error)));
     }
 }

@@ -7,8 +7,8 @@
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QStyledItemDelegate>
 #include <QStyleOptionHeader>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
 
@@ -63,7 +63,9 @@ private:
 class StringGridModel : public QAbstractTableModel {
 public:
     StringGridModel(const GridCells &gridCells, QObject *parent)
-        : QAbstractTableModel(parent), cells(gridCells), shownRows(dataRows()) {}
+        : QAbstractTableModel(parent), cells(gridCells), shownRows(dataRows())
+    {
+    }
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override
     {

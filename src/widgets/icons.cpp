@@ -20,10 +20,7 @@ namespace {
 
 class SvgIconEngine : public QIconEngine {
 public:
-    explicit SvgIconEngine(const char *name)
-        : name_(name)
-    {
-    }
+    explicit SvgIconEngine(const char *name) : m_name(name) {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {
@@ -38,12 +35,12 @@ public:
     {
         const bool disabled = mode == QIcon::Disabled;
         const auto key = std::pair(std::pair(size.width(), size.height()), disabled);
-        if (const auto found = drawn_.find(key); found != drawn_.end())
+        if (const auto found = m_drawn.find(key); found != m_drawn.end())
             return found->second;
         QImage image(size, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
         loadIconFiles();
-        QSvgRenderer picture(QStringLiteral(":/icons/") + QLatin1String(name_) + QStringLiteral(".svg"));
+        QSvgRenderer picture(QStringLiteral(":/icons/") + QLatin1String(m_name) + QStringLiteral(".svg"));
         if (picture.isValid()) {
             QPainter painter(&image);
             picture.setAspectRatioMode(Qt::KeepAspectRatio);
@@ -53,7 +50,7 @@ public:
                 painter.fillRect(image.rect(), QGuiApplication::palette().color(QPalette::Disabled, QPalette::Text));
             }
         }
-        return drawn_.emplace(key, QPixmap::fromImage(image)).first->second;
+        return m_drawn.emplace(key, QPixmap::fromImage(image)).first->second;
     }
 
     QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State state, qreal) override
@@ -61,11 +58,11 @@ public:
         return pixmap(size, mode, state);
     }
 
-    QIconEngine *clone() const override { return new SvgIconEngine(name_); } // QIcon takes it
+    QIconEngine *clone() const override { return new SvgIconEngine(m_name); } // QIcon takes it
 
 private:
-    const char *name_;
-    std::map<std::pair<std::pair<int, int>, bool>, QPixmap> drawn_;
+    const char *m_name;
+    std::map<std::pair<std::pair<int, int>, bool>, QPixmap> m_drawn;
 };
 
 } // namespace

@@ -16,8 +16,7 @@ void showBox(QMessageBox::Icon icon, const QString &text)
         boxAnswer(text);
         return;
     }
-    QMessageBox box(icon, QApplication::applicationDisplayName(), text, QMessageBox::Ok,
-                    QApplication::activeWindow());
+    QMessageBox box(icon, QApplication::applicationDisplayName(), text, QMessageBox::Ok, QApplication::activeWindow());
     // File names and parser messages come from outside: they are text, never markup.
     box.setTextFormat(Qt::PlainText);
     // A short text makes no box so narrow that its title is cut off.

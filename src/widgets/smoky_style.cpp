@@ -22,17 +22,16 @@ constexpr int shortestScrollHandle = 24;
 
 class PainterState {
 public:
-    explicit PainterState(QPainter *painter)
-        : painter_(painter)
+    explicit PainterState(QPainter *painter) : m_painter(painter)
     {
-        painter_->save();
-        painter_->setRenderHint(QPainter::Antialiasing);
+        m_painter->save();
+        m_painter->setRenderHint(QPainter::Antialiasing);
     }
-    ~PainterState() { painter_->restore(); }
+    ~PainterState() { m_painter->restore(); }
     Q_DISABLE_COPY_MOVE(PainterState)
 
 private:
-    QPainter *painter_;
+    QPainter *m_painter;
 };
 
 QColor accent(const QStyleOption *option)
@@ -170,8 +169,8 @@ qreal handleMiddle(const QStyleOptionSlider *slider, int value)
 {
     const int length = isAlong(slider) ? slider->rect.width() : slider->rect.height();
     return sliderHandleLength / 2.0
-        + QStyle::sliderPositionFromValue(slider->minimum, slider->maximum, value, length - sliderHandleLength,
-                                          slider->upsideDown);
+           + QStyle::sliderPositionFromValue(slider->minimum, slider->maximum, value, length - sliderHandleLength,
+                                             slider->upsideDown);
 }
 
 QRect sliderPart(const QStyleOptionSlider *slider, QStyle::SubControl part)
@@ -201,8 +200,8 @@ int tickStep(const QStyleOptionSlider *slider)
 {
     if (slider->tickInterval > 0)
         return slider->tickInterval;
-    const qreal single = handleMiddle(slider, slider->minimum + slider->singleStep)
-        - handleMiddle(slider, slider->minimum);
+    const qreal single =
+        handleMiddle(slider, slider->minimum + slider->singleStep) - handleMiddle(slider, slider->minimum);
     return std::max(std::abs(single) < 3 ? slider->pageStep : slider->singleStep, 1);
 }
 
@@ -427,8 +426,7 @@ void drawMenuItem(const QStyleOptionMenuItem *item, QPainter *painter, const QSt
 
     const QRect text = rect.adjusted(iconColumn, 0, -14, 0);
     const bool underline = style->styleHint(QStyle::SH_UnderlineShortcut, item, widget) != 0;
-    const int flags =
-        Qt::AlignVCenter | Qt::TextSingleLine | (underline ? Qt::TextShowMnemonic : Qt::TextHideMnemonic);
+    const int flags = Qt::AlignVCenter | Qt::TextSingleLine | (underline ? Qt::TextShowMnemonic : Qt::TextHideMnemonic);
     const qsizetype tab = item->text.indexOf(QLatin1Char('\t'));
     painter->setFont(item->font);
     painter->setPen(color);
@@ -470,15 +468,12 @@ bool takesKeyboardInFrame(const QWidget *widget)
 bool reactsToPointer(const QWidget *widget)
 {
     return qobject_cast<const QPushButton *>(widget) != nullptr || qobject_cast<const QComboBox *>(widget) != nullptr
-        || qobject_cast<const QAbstractSlider *>(widget) != nullptr;
+           || qobject_cast<const QAbstractSlider *>(widget) != nullptr;
 }
 
 } // namespace
 
-SmokyStyle::SmokyStyle()
-    : QProxyStyle(QStringLiteral("Fusion"))
-{
-}
+SmokyStyle::SmokyStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
 
 QPalette SmokyStyle::standardPalette() const
 {

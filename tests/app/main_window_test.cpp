@@ -380,16 +380,16 @@ void MainWindowTest::tabReachesEveryControlAndItTellsItsName()
         missing.removeIf([window](const QWidget *control) {
             // Of a group of radio buttons Tab reaches the chosen one, arrows the others.
             const auto *choice = qobject_cast<const QRadioButton *>(control);
-            return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || control->focusProxy() ||
-                   !control->isVisible() || !control->isEnabled() || (choice && !choice->isChecked());
+            return control->window() != window || !(control->focusPolicy() & Qt::TabFocus) || control->focusProxy()
+                   || !control->isVisible() || !control->isEnabled() || (choice && !choice->isChecked());
         });
         QVERIFY2(missing.size() >= fewest, qPrintable(window->windowTitle()));
         for (QWidget *control : missing) {
             QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control);
             const QString name = spoken ? spoken->text(QAccessible::Name) : QString();
             // A sign such as ">" is no name.
-            QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); }) &&
-                         spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
+            QVERIFY2(std::any_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetter(); })
+                         && spoken->role() != QAccessible::NoRole && spoken->role() != QAccessible::Client,
                      qPrintable(window->windowTitle() + QDebug::toString(control)));
         }
         for (qsizetype presses = 2 * missing.size() + 2; presses > 0 && !missing.isEmpty(); --presses) {

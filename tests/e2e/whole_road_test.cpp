@@ -33,8 +33,9 @@
 
 namespace {
 
-const QStringList groups{"-c:v", "libx264", "-preset", "veryfast", "-crf", "18", "-pix_fmt", "yuv420p", "-x264-params",
-                         "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
+const QStringList groups{
+    "-c:v", "libx264",  "-preset", "veryfast",     "-crf",
+    "18",   "-pix_fmt", "yuv420p", "-x264-params", "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
 
 /// Pictures whose numbers lie in the square that a GIF shows.
 const FilmSpec squareFilm{.file = "square.mp4", .size = {400, 400}, .frames = 500, .video = groups, .audio = {}};

@@ -61,8 +61,14 @@ public:
     }
 
     /// Show the window, export there and return the messages once that has ended or an error was shown.
-    QStringList exportGifs() { return messagesOf(dialog.get(), [this] { dialog->BitBtn1Click(); }); }
-    QStringList exportDatabase() { return messagesOf(window.get(), [this] { window->BitBtn2Click(); }); }
+    QStringList exportGifs()
+    {
+        return messagesOf(dialog.get(), [this] { dialog->BitBtn1Click(); });
+    }
+    QStringList exportDatabase()
+    {
+        return messagesOf(window.get(), [this] { window->BitBtn2Click(); });
+    }
 
     /// The messages shown since the last call.
     QStringList takeMessages() { return std::exchange(windows.messages, {}); }

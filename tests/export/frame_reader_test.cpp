@@ -44,7 +44,7 @@ private Q_SLOTS:
             QVERIFY(!m_reader->opened());
             QVERIFY(m_reader->Open(QString("/фильмы/a %1.avi").arg(i)) && m_reader->opened());
             const QString read = QString("%1 %2 ").arg(m_reader->width()).arg(m_reader->height())
-                + QString("%1 %2").arg(m_reader->frameCount()).arg(m_reader->frameRate());
+                                 + QString("%1 %2").arg(m_reader->frameCount()).arg(m_reader->frameRate());
             QCOMPARE(read, fields[i]);
             QVERIFY(m_reader->Close());
         }

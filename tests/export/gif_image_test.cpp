@@ -70,7 +70,7 @@ double likeness(const QImage &picture, const Bitmap &bitmap, int end = side)
         for (int x = 0; x < side; ++x, pixel += 3) {
             const QRgb color = picture.pixel(x, y);
             error += std::pow(qBlue(color) - pixel[0], 2) + std::pow(qGreen(color) - pixel[1], 2)
-                + std::pow(qRed(color) - pixel[2], 2) + std::pow(qAlpha(color) - 255, 2);
+                     + std::pow(qRed(color) - pixel[2], 2) + std::pow(qAlpha(color) - 255, 2);
         }
     }
     return 10 * std::log10(255.0 * 255.0 * 3 * side * end / error);
@@ -125,7 +125,7 @@ private Q_SLOTS:
                 const PaletteColor sought{channel(), channel(), channel()};
                 const auto best = std::ranges::min_element(palette, {}, [&](const PaletteColor &color) {
                     return std::pow(color.red - sought.red, 2) + std::pow(color.green - sought.green, 2)
-                        + std::pow(color.blue - sought.blue, 2);
+                           + std::pow(color.blue - sought.blue, 2);
                 });
                 QCOMPARE(nearest.find(sought.red, sought.green, sought.blue), best - palette.begin());
             }

@@ -171,7 +171,8 @@ private Q_SLOTS:
         // A journal that would be rolled back into the new database.
         Worker(all.database(), "create table mine(x);\ninsert into mine values(1);\npragma cache_size=1;\nbegin;\n"
                                "with recursive n(i) as (select 1 union all select i+1 from n limit 5000) "
-                               "insert into mine select hex(randomblob(500)) from n;\n").kill();
+                               "insert into mine select hex(randomblob(500)) from n;\n")
+            .kill();
         QCOMPARE(all.databaseFiles(), QStringList({"film.avi.db", "film.avi.db-journal"}));
         for (const char *rest : {"-wal", "-shm"})
             all.windows.write(QString("film.avi.db") + rest, "rubbish");

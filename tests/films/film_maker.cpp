@@ -14,8 +14,9 @@ namespace {
 constexpr int makingMilliseconds = 1'200'000;
 
 // Groups of 250 pictures with three B pictures between references, whatever the content.
-const QStringList h264 = {"-c:v", "libx264", "-preset", "veryfast", "-crf", "23", "-pix_fmt", "yuv420p", "-x264-params",
-                          "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
+const QStringList h264 = {
+    "-c:v", "libx264",  "-preset", "veryfast",     "-crf",
+    "23",   "-pix_fmt", "yuv420p", "-x264-params", "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
 const QStringList aac = {"-c:a", "aac", "-b:a", "64k"};
 const QStringList mp2 = {"-c:a", "mp2", "-b:a", "128k"};
 const QStringList mpeg2 = {"-c:v", "mpeg2video", "-q:v", "4", "-g", "15", "-bf", "2"};
@@ -42,16 +43,24 @@ QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
     const double seconds = spec.frames * rate.value(1, "1").toDouble() / rate.at(0).toDouble();
     QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error"};
     if (painted)
-        arguments << "-i" << "pipe:0";
+        arguments << "-i"
+                  << "pipe:0";
     if (!spec.audio.isEmpty())
-        arguments << "-f" << "lavfi" << "-t" << QString::number(seconds, 'f', 6) << "-i"
+        arguments << "-f"
+                  << "lavfi"
+                  << "-t" << QString::number(seconds, 'f', 6) << "-i"
                   << "sine=frequency=440:sample_rate=48000";
     if (!painted)
-        arguments << "-filter_complex" << spec.graph << "-map" << "[picture]" << "-frames:v"
-                  << QString::number(spec.frames);
+        arguments << "-filter_complex" << spec.graph << "-map"
+                  << "[picture]"
+                  << "-frames:v" << QString::number(spec.frames);
     if (!painted && !spec.audio.isEmpty())
-        arguments << "-map" << "0:a";
-    arguments << "-map_metadata" << "-1" << "-fflags" << "+bitexact" << spec.video;
+        arguments << "-map"
+                  << "0:a";
+    arguments << "-map_metadata"
+              << "-1"
+              << "-fflags"
+              << "+bitexact" << spec.video;
     return arguments << spec.audio << spec.container << output;
 }
 
@@ -95,7 +104,7 @@ const std::vector<FilmSpec> &standardFilms()
          .rate = "30/1",
          .video = QStringList{"-vf", "transpose=cclock," + unevenTimes, "-vsync", "passthrough", "-enc_time_base:v",
                               "1/90000"}
-             + h264,
+                  + h264,
          .audio = aac,
          .container = {"-video_track_timescale", "90000"},
          .rotation = 90,
@@ -151,7 +160,8 @@ QString makeFilm(const FilmSpec &spec)
         const QString turn = "rotate=" + QString::number(360 - spec.rotation);
         (void)outputOf("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error", "-i", lying, "-map", "0", "-c",
                                              "copy", "-metadata:s:v:0", turn}
-                                     + spec.container << path);
+                                         + spec.container
+                                     << path);
         QFile::remove(lying);
     }
     if (!made.open(QIODevice::WriteOnly) || made.write(recipe) < 0)

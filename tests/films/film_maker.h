@@ -9,16 +9,16 @@
 /// A test film: pictures painted by paint_film, or by a filter graph of its own, a tone of 440 Hz, encoded by the
 /// ffmpeg program.
 struct FilmSpec {
-    QString file;              ///< file name; the suffix chooses the container
-    QSize size{320, 180};      ///< of the picture as it is shown, in pixels
-    int frames = 420;          ///< numbered 0 .. frames - 1
-    QString rate = "25/1";     ///< frames per second, a fraction
-    QStringList video;         ///< ffmpeg's output arguments for the picture: codec, group, filters
-    QStringList audio;         ///< ffmpeg's output arguments for the tone; empty for a film without sound
-    QStringList container = {};  ///< further output arguments
-    int rotation = 0;          ///< 0 or 90: clockwise degrees by which the display matrix turns the coded picture
-    bool constantRate = true;  ///< false if the filters give the pictures their own times
-    QString graph = {};        ///< ffmpeg's filter graph that paints instead of paint_film, ending in [picture]
+    QString file;               ///< file name; the suffix chooses the container
+    QSize size{320, 180};       ///< of the picture as it is shown, in pixels
+    int frames = 420;           ///< numbered 0 .. frames - 1
+    QString rate = "25/1";      ///< frames per second, a fraction
+    QStringList video;          ///< ffmpeg's output arguments for the picture: codec, group, filters
+    QStringList audio;          ///< ffmpeg's output arguments for the tone; empty for a film without sound
+    QStringList container = {}; ///< further output arguments
+    int rotation = 0;           ///< 0 or 90: clockwise degrees by which the display matrix turns the coded picture
+    bool constantRate = true;   ///< false if the filters give the pictures their own times
+    QString graph = {};         ///< ffmpeg's filter graph that paints instead of paint_film, ending in [picture]
 };
 
 /// The films that frame exactness is proved on: every container and codec that people bring, each with 420

@@ -17,8 +17,8 @@ private Q_SLOTS:
 void FilmWitnessTest::onlyWholePicturesAreRead()
 {
     const QString path = makeFilm({.file = "witness.mkv", .frames = 2, .video = {"-c:v", "ffv1"}, .audio = {}});
-    const QByteArray pixels = outputOf("ffmpeg", {"-nostdin", "-v", "error", "-i", path, "-f", "rawvideo", "-pix_fmt",
-                                                  "gray", "pipe:1"});
+    const QByteArray pixels =
+        outputOf("ffmpeg", {"-nostdin", "-v", "error", "-i", path, "-f", "rawvideo", "-pix_fmt", "gray", "pipe:1"});
     QCOMPARE(pixels.size(), 2 * 320 * 180);
     const auto *bytes = reinterpret_cast<const uchar *>(pixels.constData());
     const QImage first = QImage(bytes, 320, 180, 320, QImage::Format_Grayscale8).copy();

@@ -80,9 +80,9 @@ void AboutBoxTest::everyTextIsWhole()
     const auto lines = m_box->Panel1->findChildren<QLabel *>(QRegularExpression("^(?!Image)"));
     QCOMPARE(lines.size(), 6);
     for (const QLabel *line : lines) {
-        QVERIFY2(!line->text().isEmpty() && line->size() == line->size().expandedTo(line->sizeHint()) &&
-                     m_box->Panel1->contentsRect().contains(line->geometry()) &&
-                     !line->geometry().intersects(m_box->Image1->geometry()),
+        QVERIFY2(!line->text().isEmpty() && line->size() == line->size().expandedTo(line->sizeHint())
+                     && m_box->Panel1->contentsRect().contains(line->geometry())
+                     && !line->geometry().intersects(m_box->Image1->geometry()),
                  qPrintable(line->objectName()));
     }
 }
@@ -110,10 +110,16 @@ void AboutBoxTest::thePictureTowardsTheCursorIsDrawnAtTheScaleOfTheScreen()
 
     // The reference is the window's corner and the picture's place in its panel, nothing between them.
     const QPoint reference = m_box->frameGeometry().topLeft() + QPoint(5, 16);
-    for (const auto &[cursor, name] :
-         {std::pair(QPoint(-1, -1), "Image1"), {{0, -1}, "Image2"}, {{100, -1}, "Image3"}, {{-1, 99}, "Image4"},
-          {{0, 0}, "Image5"}, {{99, 99}, "Image5"}, {{100, 0}, "Image6"}, {{-1, 100}, "Image7"},
-          {{99, 100}, "Image8"}, {{100, 100}, "Image9"}}) {
+    for (const auto &[cursor, name] : {std::pair(QPoint(-1, -1), "Image1"),
+                                       {{0, -1}, "Image2"},
+                                       {{100, -1}, "Image3"},
+                                       {{-1, 99}, "Image4"},
+                                       {{0, 0}, "Image5"},
+                                       {{99, 99}, "Image5"},
+                                       {{100, 0}, "Image6"},
+                                       {{-1, 100}, "Image7"},
+                                       {{99, 100}, "Image8"},
+                                       {{100, 100}, "Image9"}}) {
         QCursor::setPos(reference + cursor);
         QTRY_COMPARE_WITH_TIMEOUT(pictures(seen), QStringList{name}, 1000);
     }

@@ -87,8 +87,8 @@ void HelpTest::everyLinkPageAndTermLeadsSomewhere()
     const auto leadsSomewhere = [this](const QString &from, const QString &target) {
         const QString name = target.section('#', 0, 0);
         const auto page = m_pages.find(name.isEmpty() ? from : name);
-        return page != m_pages.end() && (!target.contains('#') ||
-               page->second.toString().contains(" id=\"" + target.section('#', 1) + '"'));
+        return page != m_pages.end()
+               && (!target.contains('#') || page->second.toString().contains(" id=\"" + target.section('#', 1) + '"'));
     };
     static const QRegularExpression link(R"re(<(a|img) [^>]*(?:href|src)="([^"]*)")re");
     for (const auto &[name, page] : m_pages) {
@@ -143,8 +143,8 @@ void HelpTest::everyMessageIsExplained()
         explained += term.simplified().split('|');
 
     // What the sources throw or show, up to the first thing that is filled in.
-    static const QRegularExpression message(QStringLiteral(
-        R"re((?:UserError|PartlyReadError|[sS]howMessage|showError|obtain)\([^";]*"([^"]*)")re"));
+    static const QRegularExpression message(
+        QStringLiteral(R"re((?:UserError|PartlyReadError|[sS]howMessage|showError|obtain)\([^";]*"([^"]*)")re"));
     static const QRegularExpression rest(QStringLiteral(R"re(:?\s*(?:«?%\d|\\n).*$|\s+$)re"));
     // Two that become a part of another message, and two that only a fault of the program itself could show.
     const QStringList partsOfMessages{"элемент", "Не удалось открыть базу данных", "База данных не открыта",
@@ -156,8 +156,8 @@ void HelpTest::everyMessageIsExplained()
     int messages = 0;
     for (auto found = message.globalMatch(program); found.hasNext(); ++messages) {
         const QString start = found.next().captured(1).remove(rest);
-        QVERIFY2(partsOfMessages.contains(start) ||
-                     !explained.filter(QRegularExpression('^' + QRegularExpression::escape(start))).isEmpty(),
+        QVERIFY2(partsOfMessages.contains(start)
+                     || !explained.filter(QRegularExpression('^' + QRegularExpression::escape(start))).isEmpty(),
                  qPrintable(start));
     }
     QVERIFY(messages > 34);
@@ -250,8 +250,8 @@ void HelpTest::theDesktopGetsTheExactPathAndNobodyWaitsForIt()
                                "exec /bin/sleep 3\n"}) {
         const QTemporaryDir folder;
         QFile handler(folder.filePath("xdg-open"));
-        QVERIFY(handler.open(QIODevice::WriteOnly) && handler.write(script) > 0 &&
-                handler.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+        QVERIFY(handler.open(QIODevice::WriteOnly) && handler.write(script) > 0
+                && handler.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
         handler.close();
         qputenv("PATH", folder.path().toUtf8());
         const QDeadlineTimer deadline(1000);

@@ -56,8 +56,8 @@ void WholeFileTest::replacesAndReadsBack()
 {
     const QString name = "фильм #1.scenes";
     const QString longest(255, 'n');
-    for (const std::string &bytes : {std::string("new"), std::string(3'000'000, 'x'), std::string(),
-                                     std::string("a\0b", 3)}) {
+    for (const std::string &bytes :
+         {std::string("new"), std::string(3'000'000, 'x'), std::string(), std::string("a\0b", 3)}) {
         QVERIFY(!replaceWholeFile(native(name), bytes));
         QVERIFY(content(name) == bytes);
         QVERIFY(!replaceWholeFile(native(longest), bytes));

@@ -65,9 +65,9 @@ void ComputationsTest::marksAreTruncatedToHundredths()
                                          std::pair(0LL, "0"), std::pair(36'000'199'999LL, "3600.01")})
         QCOMPARE(sceneStartText(position), QString(text));
     // A length is measured from the start as it was typed.
-    for (const auto &[start, end, text] : {std::tuple("12.34", 156'780'000, "3.33"), std::tuple("", 20'000'000, "2"),
-                                           std::tuple("12.34", 123'400'000, "0"),
-                                           std::tuple(" 1.5 с", 20'000'000, "0.5")})
+    for (const auto &[start, end, text] :
+         {std::tuple("12.34", 156'780'000, "3.33"), std::tuple("", 20'000'000, "2"),
+          std::tuple("12.34", 123'400'000, "0"), std::tuple(" 1.5 с", 20'000'000, "0.5")})
         QCOMPARE(sceneLengthText(start, end).value(), QString(text));
     QVERIFY(!sceneLengthText("12.34", 100'000'000));
     QVERIFY(!sceneLengthText("1e300", 100'000'000));
@@ -77,9 +77,8 @@ void ComputationsTest::marksAreTruncatedToHundredths()
 void ComputationsTest::everyPictureTimeNamesItsFrame()
 {
     // The rate, and the unit that the container rounds times to; 23.976 as a nanosecond duration at last.
-    for (const auto &[rate, timeBase] :
-         {std::pair(24000.0 / 1001.0, 1e-3), std::pair(30000.0 / 1001.0, 1.0 / 90000.0),
-          std::pair(60000.0 / 1001.0, 1e-9), std::pair(1e9 / 41708333.0, 1e-3)}) {
+    for (const auto &[rate, timeBase] : {std::pair(24000.0 / 1001.0, 1e-3), std::pair(30000.0 / 1001.0, 1.0 / 90000.0),
+                                         std::pair(60000.0 / 1001.0, 1e-9), std::pair(1e9 / 41708333.0, 1e-3)}) {
         const double reported = 1.0 / (1.0 / rate);
         MediaTime previous = -1;
         for (std::int64_t frame = 0; frame < 300'000; ++frame) {

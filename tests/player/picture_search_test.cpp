@@ -16,7 +16,7 @@ class SimulatedFilm {
 public:
     FilmTimes times;
     std::vector<double> pictures;
-    double lateness = 0.0;       ///< seconds by which a seek lands late unless the demuxer starts that much earlier
+    double lateness = 0.0;        ///< seconds by which a seek lands late unless the demuxer starts that much earlier
     bool clumsyBackSteps = false; ///< a step back skips pictures, or does not move
     double shown = 0.0;
     int commands = 0;
@@ -155,8 +155,13 @@ void PictureSearchTest::everySearchEndsOnTheRightPicture()
             }
             const bool ended = film.search(target, goal, true);
             const QString told = QString("film of %1 pictures from %2: from picture %3 to %4 at %5 (%6) got to %7")
-                                     .arg(count).arg(film.times.first).arg(before).arg(index)
-                                     .arg(target, 0, 'f', 6).arg(static_cast<int>(goal)).arg(film.shown, 0, 'f', 6);
+                                     .arg(count)
+                                     .arg(film.times.first)
+                                     .arg(before)
+                                     .arg(index)
+                                     .arg(target, 0, 'f', 6)
+                                     .arg(static_cast<int>(goal))
+                                     .arg(film.shown, 0, 'f', 6);
             QVERIFY2(ended, qPrintable(told));
             QVERIFY2(film.shown == film.pictures[static_cast<std::size_t>(index)], qPrintable(told));
         }

@@ -95,8 +95,8 @@ void SoundTest::cleanup()
 void SoundTest::cleanupTestCase()
 {
     for (const char *name : homes) {
-        QStringList entries = QDir(m_folder.filePath(name))
-                                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        QStringList entries =
+            QDir(m_folder.filePath(name)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         // The sound server's own, made by its daemon and its client library.
         entries.removeAll("pulse");
         QCOMPARE(entries, QStringList());

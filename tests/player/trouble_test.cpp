@@ -263,8 +263,12 @@ void TroubleTest::filmsUpsideDownAndOnTheirSideAreUpright()
 {
     for (const auto &[rotation, filters, size] :
          {std::tuple(180, "hflip,vflip", QSize(320, 180)), std::tuple(270, "transpose=clock", QSize(180, 320))}) {
-        open(makeFilm({.file = QString("trouble_turned%1.mp4").arg(rotation), .size = size, .frames = 50,
-                       .video = QStringList{"-vf", filters} + h264, .audio = {}, .rotation = rotation}));
+        open(makeFilm({.file = QString("trouble_turned%1.mp4").arg(rotation),
+                       .size = size,
+                       .frames = 50,
+                       .video = QStringList{"-vf", filters} + h264,
+                       .audio = {},
+                       .rotation = rotation}));
         QCOMPARE(QSize(srcWidth, srcHeight), size);
         seekToPicture(33);
     }

@@ -79,9 +79,11 @@ void ExactPicturesTest::indexIsPicture()
             if (hash != expected[index])
                 wrong << QString("%1 is %2").arg(index).arg(expected.indexOf(hash));
         }
-        QVERIFY2(wrong.size() <= tried.knownWrong,
-                 qPrintable(QString("from %1, %2, %3 on, wrong: %4")
-                                .arg(order[0]).arg(order[1]).arg(order[2]).arg(wrong.mid(0, 12).join(", "))));
+        QVERIFY2(wrong.size() <= tried.knownWrong, qPrintable(QString("from %1, %2, %3 on, wrong: %4")
+                                                                  .arg(order[0])
+                                                                  .arg(order[1])
+                                                                  .arg(order[2])
+                                                                  .arg(wrong.mid(0, 12).join(", "))));
     }
 }
 

@@ -152,9 +152,10 @@ int main(int count, char **arguments)
         ++failures;
         const QString kept = QString("fuzz_%1").arg(seed);
         QFile::copy(path, kept);
-        std::printf("%s: %s\n", qPrintable(kept), outcome == NotAnswered ? "a read is not answered"
-                                                 : outcome == -1        ? strsignal(WTERMSIG(status))
-                                                                        : "the reader fails");
+        std::printf("%s: %s\n", qPrintable(kept),
+                    outcome == NotAnswered ? "a read is not answered"
+                    : outcome == -1        ? strsignal(WTERMSIG(status))
+                                           : "the reader fails");
     }
     std::printf("%d films tried, %d read, %d failures\n", films, opened, failures);
     return failures == 0 && opened > 0 ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -37,8 +37,8 @@ private Q_SLOTS:
     void withoutAnyPictureItIsBlack();
     void aShortenedFilmIsReadToItsEnd_data()
     {
-        addFilms({"reader_h264.mkv", "reader_h264.ts", "reader_h264.flv", "reader_h264_fragments.mp4",
-                  "reader_hevc.ts", "reader_mpeg2.mpg", "reader_mpeg4.avi", "reader_vp9.webm"});
+        addFilms({"reader_h264.mkv", "reader_h264.ts", "reader_h264.flv", "reader_h264_fragments.mp4", "reader_hevc.ts",
+                  "reader_mpeg2.mpg", "reader_mpeg4.avi", "reader_vp9.webm"});
     }
     void aShortenedFilmIsReadToItsEnd();
     void aFileThatCannotBeRead_data()
@@ -150,8 +150,8 @@ void HardFilmsTest::tenHours()
                                    .video = codec.split(' '),
                                    .audio = {}});
     const QString path = m_folder.filePath(name);
-    (void)outputOf("ffmpeg", {"-nostdin", "-v", "error", "-stream_loop", QString::number(rounds - 1), "-i",
-                              made, "-c", "copy", path});
+    (void)outputOf("ffmpeg", {"-nostdin", "-v", "error", "-stream_loop", QString::number(rounds - 1), "-i", made, "-c",
+                              "copy", path});
 
     // The program waits three seconds for a film to open and six for a picture.
     QElapsedTimer clock;

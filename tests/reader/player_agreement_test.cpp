@@ -1,7 +1,7 @@
 #include "reader_films.h"
 
-#include "mpv_player.h"
 #include "films/film_witness.h"
+#include "mpv_player.h"
 
 #include <QTest>
 #include <QWidget>
@@ -24,7 +24,11 @@ namespace {
 
 FilmSpec spec(const QString &file, const QString &video, QSize size = {192, 108}, int rotation = 0)
 {
-    return {.file = "agree_" + file, .size = size, .frames = 40, .video = video.split(' '), .audio = {},
+    return {.file = "agree_" + file,
+            .size = size,
+            .frames = 40,
+            .video = video.split(' '),
+            .audio = {},
             .rotation = rotation};
 }
 

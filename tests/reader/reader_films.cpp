@@ -196,13 +196,13 @@ std::vector<WitnessedPicture> witnessedPictures(const QString &path, QSize slowl
     // Like the player, the reader shows what an edit list leaves out.
     const QStringList input = path.endsWith(".mp4") ? QStringList{"-advanced_editlist", "0"} : QStringList();
     const QString scale = slowlyTo.isEmpty() ? QString("scale=flags=bilinear")
-                                                : QString("scale=%1:%2:flags=bicubic+full_chroma_int+accurate_rnd")
-                                                      .arg(slowlyTo.width())
-                                                      .arg(slowlyTo.height());
+                                             : QString("scale=%1:%2:flags=bicubic+full_chroma_int+accurate_rnd")
+                                                   .arg(slowlyTo.width())
+                                                   .arg(slowlyTo.height());
     const QString output = "-map 0:v:0 -vsync passthrough -copyts -enc_time_base 1:1000000 -vf " + scale
-        + " -pix_fmt bgr24 -f framemd5 pipe:1";
-    const QByteArray lines = outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input
-                                                    + QStringList{"-i", path} + output.split(' '));
+                           + " -pix_fmt bgr24 -f framemd5 pipe:1";
+    const QByteArray lines = outputOf("ffmpeg", QStringList{"-nostdin", "-v", "quiet"} + input + QStringList{"-i", path}
+                                                    + output.split(' '));
     std::vector<WitnessedPicture> pictures;
     double first = 0.0;
     for (const QByteArray &line : lines.split('\n')) {

@@ -7,12 +7,12 @@
 
 /// A film that the frame reader is tried on.
 struct ReaderFilm {
-    FilmSpec made;            ///< as it comes from the encoder
-    double copiedFrom = 0.0;  ///< if not 0, the film is a copy of it from these seconds on
-    qint64 cutBytes = 0;      ///< bytes cut off the film's beginning
-    bool gaps = false;        ///< pictures are missing: an index means a moment, not a number
-    int knownWrong = 0;       ///< indices that are known to give another picture
-    bool anamorphic = false;  ///< pixels are not square: pictures are stretched
+    FilmSpec made;           ///< as it comes from the encoder
+    double copiedFrom = 0.0; ///< if not 0, the film is a copy of it from these seconds on
+    qint64 cutBytes = 0;     ///< bytes cut off the film's beginning
+    bool gaps = false;       ///< pictures are missing: an index means a moment, not a number
+    int knownWrong = 0;      ///< indices that are known to give another picture
+    bool anamorphic = false; ///< pixels are not square: pictures are stretched
 };
 
 /// Small films of every codec, container and kind of pixels that the reader is exact on.

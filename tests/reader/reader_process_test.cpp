@@ -90,7 +90,7 @@ bool isRunning(pid_t process)
     const QString folder = QString("/proc/%1/").arg(process);
     QFile status(folder + "stat");
     return status.open(QIODevice::ReadOnly)
-        && (!status.readAll().contains(") Z ") || QDir(folder + "task", "[0-9]*").count() > 1);
+           && (!status.readAll().contains(") Z ") || QDir(folder + "task", "[0-9]*").count() > 1);
 }
 
 /// What `Program` starts: prints its reader's process number and the directory of their objects, then reads pictures of
@@ -135,8 +135,7 @@ public:
     /// The two words of the next line that it prints, empty if it has ended.
     std::pair<QString, QString> words()
     {
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(10'000)) {
-        }
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(10'000)) {}
         const QString line = QString::fromUtf8(m_process.readLine()).trimmed();
         return {line.section(' ', 0, 0), line.section(' ', 1)};
     }
@@ -190,9 +189,18 @@ void ReaderProcessTest::readsDeliverWhatWasAsked()
     QCOMPARE(QSize(opened->width, opened->height), QSize(160, 120));
     QCOMPARE(opened->frameCount, 130);
     QVERIFY(std::abs(opened->frameRate - 24000.0 / 1001.0) < 1e-9);
-    const std::pair<const char *, int> reads[] = {
-        {"0", 0}, {"1", 1}, {"129", 129}, {"64", 64}, {"63", 63}, {"130", 129}, {"100000", 129}, {"-1", 0},
-        {"9223372036854775807", 129}, {"-9223372036854775808", 0}, {"99999999999999999999", 129}, {"64", 64}};
+    const std::pair<const char *, int> reads[] = {{"0", 0},
+                                                  {"1", 1},
+                                                  {"129", 129},
+                                                  {"64", 64},
+                                                  {"63", 63},
+                                                  {"130", 129},
+                                                  {"100000", 129},
+                                                  {"-1", 0},
+                                                  {"9223372036854775807", 129},
+                                                  {"-9223372036854775808", 0},
+                                                  {"99999999999999999999", 129},
+                                                  {"64", 64}};
     for (const auto &[index, number] : reads) {
         // The same words again: the old echo stands, and so does the picture.
         for (int time = 0; time < 2; ++time) {
@@ -272,8 +280,8 @@ void ReaderProcessTest::whatIsNoFilmIsNotAnswered()
     QDir::setCurrent(folder.path());
     ScriptedClient client;
     QDir::setCurrent(before);
-    for (const char *name : {"missing", "folder", "pipe", "sound.mp4", "empty.avi", "text.mp4", "list.txt",
-                             "list.m3u8", "film.sdp"}) {
+    for (const char *name :
+         {"missing", "folder", "pipe", "sound.mp4", "empty.avi", "text.mp4", "list.txt", "list.m3u8", "film.sdp"}) {
         QVERIFY2(!client.ask("open " + folder.filePath(name).toStdString(), 400ms), name);
         QCOMPARE(filesOf(client.process()).count("socket"), 1);
         QVERIFY(client.open(film.toStdString()) && client.ask("read 7"));
@@ -339,7 +347,8 @@ void ReaderProcessTest::processesThatEndOrCannotStartAreSeen()
     QVERIFY2(!startHiddenProcess(path.toStdString(), "-"), "missing");
     writeFile(path, "#!/bin/sh\n");
     QVERIFY2(!startHiddenProcess(path.toStdString(), "-"), "not executable");
-    writeFile(path, "\x7f" "ELF and nothing more");
+    writeFile(path, "\x7f"
+                    "ELF and nothing more");
     chmod(qPrintable(path), 0700);
     QVERIFY2(!startHiddenProcess(path.toStdString(), "-"), "no program");
 

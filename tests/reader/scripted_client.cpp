@@ -79,7 +79,7 @@ std::optional<ScriptedClient::OpenFilm> ScriptedClient::open(const std::string &
     OpenFilm film;
     if (!text
         || std::sscanf(text->c_str(), "%d %d %lld %lf", &film.width, &film.height, &film.frameCount, &film.frameRate)
-            != 4)
+               != 4)
         return std::nullopt;
     if (!ask("frames " + std::to_string(frames)) || !mapData(film.pictureBytes() * static_cast<std::size_t>(frames)))
         return std::nullopt;

@@ -87,8 +87,7 @@ void ScenesFileTest::scenesAreReadHoweverTheyAreWritten()
         {"<?xml version='1.0'?><!DOCTYPE scenes><scenes><info><scene/></info>text<scene><length>1</length></scene>"
          "<Scene/><scene/></scenes><!-- end -->",
          {"1||1||||||||||", "2||||||||||||"}},
-        {utf16(QString("<?xml version='1.0' encoding='UTF-16'?>" + oneScene("<title>Я</title>"))),
-         {"1||||||Я||||||"}},
+        {utf16(QString("<?xml version='1.0' encoding='UTF-16'?>" + oneScene("<title>Я</title>"))), {"1||||||Я||||||"}},
     };
     for (const auto &[xml, rows] : cases) {
         GridCells list = listOf({"old", "old", "old"});
@@ -136,8 +135,7 @@ void ScenesFileTest::elementsInAFieldStopTheFilling()
     });
     QVERIFY2(refusal.contains(fileName) && refusal.contains("в сцене 2") && refusal.contains("«title»"),
              qPrintable(refusal));
-    QCOMPARE(rowsOf(list),
-             QStringList({"1||||||a||||||", "2|5|||||2||||||", "3|c|||||3||||||", "||||||||||||"}));
+    QCOMPARE(rowsOf(list), QStringList({"1||||||a||||||", "2|5|||||2||||||", "3|c|||||3||||||", "||||||||||||"}));
 }
 
 QTEST_GUILESS_MAIN(ScenesFileTest)

@@ -21,14 +21,35 @@ void UtilTest::leadingNumberEndsAtTheFirstMisfit()
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const QString zeros(400, '0');
-    const QList<std::pair<QString, double>> cases{
-        {"12.34", 12.34}, {"12,5", 12}, {" \t\n7", 7}, {"-0.5", -0.5}, {"+3", 3}, {"+-3", 0}, {".", 0}, {"", 0},
-        {"1e+3x", 1000}, {"5.e1", 50}, {"25E-1", 2.5}, {"2e+", 2}, {".5", 0.5}, {"5.", 5}, {"abc", 0},
-        // No words, no other notations, no digits of other scripts.
-        {"nan", 0}, {"inf", 0}, {"0x10", 0}, {QChar(0x0665), 0},
-        // Beyond a double.
-        {"1e999", infinity}, {"-1e999", -infinity}, {"1" + zeros + zeros + "e-300", infinity}, {"1e-999", 0},
-        {"0e999", 0}, {"0." + zeros + "1", 0}, {"1" + zeros + "e-300", 1e100}, {"0." + zeros + "1e500", 1e99}};
+    const QList<std::pair<QString, double>> cases{{"12.34", 12.34},
+                                                  {"12,5", 12},
+                                                  {" \t\n7", 7},
+                                                  {"-0.5", -0.5},
+                                                  {"+3", 3},
+                                                  {"+-3", 0},
+                                                  {".", 0},
+                                                  {"", 0},
+                                                  {"1e+3x", 1000},
+                                                  {"5.e1", 50},
+                                                  {"25E-1", 2.5},
+                                                  {"2e+", 2},
+                                                  {".5", 0.5},
+                                                  {"5.", 5},
+                                                  {"abc", 0},
+                                                  // No words, no other notations, no digits of other scripts.
+                                                  {"nan", 0},
+                                                  {"inf", 0},
+                                                  {"0x10", 0},
+                                                  {QChar(0x0665), 0},
+                                                  // Beyond a double.
+                                                  {"1e999", infinity},
+                                                  {"-1e999", -infinity},
+                                                  {"1" + zeros + zeros + "e-300", infinity},
+                                                  {"1e-999", 0},
+                                                  {"0e999", 0},
+                                                  {"0." + zeros + "1", 0},
+                                                  {"1" + zeros + "e-300", 1e100},
+                                                  {"0." + zeros + "1e500", 1e99}};
     for (const auto &[text, number] : cases)
         QVERIFY2(leadingNumber(text) == number, qPrintable(text));
 }
@@ -80,7 +101,7 @@ void UtilTest::fieldsAreCutAtEveryOccurrence()
         {"abc", ",", {"abc", ""}},
         {"", ",", {""}},
         {",a,b", ",", {"", "a", "b"}},
-        {"xabyab", "ab", {"xaby", "y", ""}}, // field 0 overlooks an early long delimiter
+        {"xabyab", "ab", {"xaby", "y", ""}},  // field 0 overlooks an early long delimiter
         {"baaac", "aa", {"ba", "", "c", ""}}, // occurrences may overlap
         {"ab", "", {""}},
     };

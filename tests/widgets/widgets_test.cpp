@@ -131,9 +131,9 @@ void WidgetsTest::focusAndDisabledAreSeen()
     QWidget window;
     window.resize(300, 500);
     QPushButton other(&window);
-    QList<QWidget *> fields{new QPushButton("Начало", &window), new QLineEdit("12.34", &window),
-                            new QListWidget(&window), new QTableWidget(2, 2, &window), new QComboBox(&window),
-                            new QSlider(Qt::Horizontal, &window)};
+    QList<QWidget *> fields{
+        new QPushButton("Начало", &window), new QLineEdit("12.34", &window), new QListWidget(&window),
+        new QTableWidget(2, 2, &window),    new QComboBox(&window),          new QSlider(Qt::Horizontal, &window)};
     for (int top = 40; QWidget *const field : fields)
         field->setGeometry(40, std::exchange(top, top + 70), 120, 60);
     window.show();

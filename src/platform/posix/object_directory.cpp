@@ -136,8 +136,7 @@ std::string freshName()
 class PosixObjectDirectory final : public ObjectDirectory {
 public:
     PosixObjectDirectory(Descriptor directory, std::string path)
-        : m_directory(std::move(directory))
-        , m_path(std::move(path))
+        : m_directory(std::move(directory)), m_path(std::move(path))
     {
     }
 

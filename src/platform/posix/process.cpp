@@ -28,8 +28,7 @@ public:
     {
         // Somebody has to collect the exit status, whenever the process ends.
         std::thread([process, hasEnded = m_ended] {
-            while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-            }
+            while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {}
             *hasEnded = true;
         }).detach();
     }

@@ -28,7 +28,7 @@ std::optional<std::string> fileName(const std::string &name, const char *suffix)
     std::string encoded;
     for (const char character : name) {
         const bool plain = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z')
-            || (character >= '0' && character <= '9') || character == '_' || character == '-';
+                           || (character >= '0' && character <= '9') || character == '_' || character == '-';
         if (plain) {
             encoded += character;
         } else {
@@ -46,15 +46,13 @@ bool isFile(int directory, const std::string &name, int descriptor)
     struct stat named = {};
     struct stat held = {};
     return fstatat(directory, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && fstat(descriptor, &held) == 0
-        && named.st_dev == held.st_dev && named.st_ino == held.st_ino;
+           && named.st_dev == held.st_dev && named.st_ino == held.st_ino;
 }
 
 class PosixLivenessMutex final : public LivenessMutex {
 public:
     PosixLivenessMutex(int directory, std::string name, Descriptor file)
-        : m_directory(directory)
-        , m_name(std::move(name))
-        , m_file(std::move(file))
+        : m_directory(directory), m_name(std::move(name)), m_file(std::move(file))
     {
     }
     // Before the lock is dropped: a later creator's file must not be the one removed.
@@ -133,8 +131,8 @@ std::unique_ptr<LivenessMutex> LivenessMutex::create(const std::string &name)
     constexpr int attempts = 20;
     constexpr timespec pause = {0, 1'000'000};
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        Descriptor held(openat(directory->descriptor(), file->c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC,
-                               onlyOwner));
+        Descriptor held(
+            openat(directory->descriptor(), file->c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, onlyOwner));
         if (!held)
             return nullptr;
         if (flock(held.get(), LOCK_EX | LOCK_NB) == 0 && isFile(directory->descriptor(), *file, held.get()))
@@ -164,15 +162,14 @@ std::unique_ptr<SharedMemory> SharedMemory::create(const std::string &name, std:
     // Nobody may find the block under its name before it has its size.
     static std::atomic_uint64_t counter = 0;
     const std::string unfinished = std::to_string(getpid()) + '.' + std::to_string(++counter) + ".unfinished";
-    Descriptor made(openat(directory->descriptor(), unfinished.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC,
-                           onlyOwner));
+    Descriptor made(
+        openat(directory->descriptor(), unfinished.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, onlyOwner));
     if (!made)
         return nullptr;
     std::unique_ptr<PosixSharedMemory> memory;
     if (reserve(made.get(), size))
         memory = map(made.get(), size);
-    if (!memory
-        || renameat(directory->descriptor(), unfinished.c_str(), directory->descriptor(), file->c_str()) != 0) {
+    if (!memory || renameat(directory->descriptor(), unfinished.c_str(), directory->descriptor(), file->c_str()) != 0) {
         unlinkat(directory->descriptor(), unfinished.c_str(), 0);
         return nullptr;
     }

@@ -32,7 +32,6 @@ void shellOpen(const std::string &address)
         return;
     // Somebody has to collect the handler's exit status; it may live as long as the browser it starts.
     std::thread([child] {
-        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        }
+        while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {}
     }).detach();
 }

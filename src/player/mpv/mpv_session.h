@@ -117,16 +117,16 @@ private:
     MediaTime m_searched = 0;              ///< the time it was asked for
     std::optional<Wish> m_wish;            ///< what to search next
     SearchCommand::Kind m_underWay = SearchCommand::Done;
-    bool m_reported = false; ///< the core has told that the command under way is done
+    bool m_reported = false;            ///< the core has told that the command under way is done
     std::uint64_t m_awaitedPicture = 0; ///< the surface's count of pictures that ends the command under way
-    double m_here = 0.0;     ///< where the command before the one under way has landed, seconds
-    double m_sent = 0.0;     ///< target of the seek under way, seconds
+    double m_here = 0.0;                ///< where the command before the one under way has landed, seconds
+    double m_sent = 0.0;                ///< target of the seek under way, seconds
     /// No sound track is selected. While pictures are searched none is, since past the last picture the core tells
     /// the time of the sound; playing brings it back.
     bool m_silent = false;
-    double m_told = 0.0; ///< the core's time as it was observed last, seconds
+    double m_told = 0.0;                   ///< the core's time as it was observed last, seconds
     std::optional<double> m_toldAtPicture; ///< what that was at the last picture drawn, if one was since a search
-    std::optional<double> m_startedAt; ///< the core's time when it was told to run, seconds
+    std::optional<double> m_startedAt;     ///< the core's time when it was told to run, seconds
     QTimer m_startCheck;
     QTimer m_patience;
     QTimer m_endCheck;

@@ -55,8 +55,7 @@ public:
             return;
         }
         const QSize size = m_widget->size() * m_widget->devicePixelRatioF();
-        mpv_opengl_fbo target{static_cast<int>(m_widget->defaultFramebufferObject()), size.width(), size.height(),
-                              0};
+        mpv_opengl_fbo target{static_cast<int>(m_widget->defaultFramebufferObject()), size.width(), size.height(), 0};
         int flip = 1;
         // Qt decides when the picture appears; waiting for its time here would block the window.
         int wait = 0;

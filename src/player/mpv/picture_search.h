@@ -6,18 +6,18 @@
 
 /// What is known of the film's pictures. Times are the core's, in seconds.
 struct FilmTimes {
-    double first = 0.0;               ///< of the first picture
-    double end = 0.0;                 ///< of the end of the film
-    double frame = 0.0;               ///< average distance of two pictures; 0 for a film without pictures
-    std::optional<double> last = {};  ///< of the last picture, once somebody got there
+    double first = 0.0;              ///< of the first picture
+    double end = 0.0;                ///< of the end of the film
+    double frame = 0.0;              ///< average distance of two pictures; 0 for a film without pictures
+    std::optional<double> last = {}; ///< of the last picture, once somebody got there
 };
 
 /// What the player core is to do next.
 struct SearchCommand {
     enum Kind { Done, Seek, StepForward, StepBack };
     Kind kind = Done;
-    double seconds = 0.0;        ///< of a seek: its target
-    double demuxerOffset = 0.0;  ///< of a seek: how much earlier the demuxer starts
+    double seconds = 0.0;       ///< of a seek: its target
+    double demuxerOffset = 0.0; ///< of a seek: how much earlier the demuxer starts
 };
 
 /// The way from the picture on the screen to the one that is asked for, proven by picture times.

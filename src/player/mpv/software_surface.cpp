@@ -86,9 +86,8 @@ private:
 
 bool SoftwareSurface::attach(mpv_handle *core)
 {
-    std::array parameters{
-        mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
-        mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
+    std::array parameters{mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
+                          mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr}};
     mpv_render_context *created = nullptr;
     if (mpv_render_context_create(&created, core, parameters.data()) < 0)
         return false;
