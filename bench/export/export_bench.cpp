@@ -17,12 +17,12 @@
 #include "export/bitmap.h"
 #include "export/gif_export_dialog.h"
 #include "export/gif_image.h"
-#include "export/image_files.h"
 #include "export/sqlite_export_window.h"
 #include "player/player_state.h"
 #include "scenes/scene.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
+#include "util/film_files.h"
 #include "widgets/message_box.h"
 
 #include <QApplication>

@@ -6,7 +6,7 @@
 #include "figures.h"
 
 #include "player/mpv_player.h"
-#include "player/transport.h"
+#include "util/media_time.h"
 
 #include <QApplication>
 

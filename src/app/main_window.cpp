@@ -11,6 +11,7 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
+#include "util/media_time.h"
 #include "util/numbers.h"
 #include "util/text_routines.h"
 #include "widgets/icons.h"

@@ -1,6 +1,5 @@
 #include "export/gif_export_dialog.h"
 
-#include "export/image_files.h"
 #include "export/radio_group.h"
 #include "export/scene_gif.h"
 #include "player/player_state.h"
@@ -8,6 +7,7 @@
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
 #include "util/error_reason.h"
+#include "util/film_files.h"
 #include "util/numbers.h"
 #include "util/user_error.h"
 #include "widgets/icons.h"

@@ -5,8 +5,7 @@
 #include "export/gif_image.h"
 #include "platform/whole_file.h"
 #include "util/error_reason.h"
-#include "util/frame_protocol.h"
-#include "util/numbers.h"
+#include "util/media_time.h"
 #include "util/user_error.h"
 
 #include <algorithm>
@@ -54,7 +53,7 @@ bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, doub
     const int side = std::min(reader.width(), reader.height());
     // Counted, not summed: far from zero a second is lost in the sum, and the end would never be reached.
     for (int seconds = 0; start + length > start + seconds; ++seconds) {
-        reader.Seek(truncatedToInt64(frame_protocol::framesBefore(start + seconds, reader.frameRate())));
+        reader.Seek(truncatedToInt64(framesBefore(start + seconds, reader.frameRate())));
         // What is in the block after a read without an answer is taken all the same.
         (void)reader.Read();
         if (!reader.GetData())

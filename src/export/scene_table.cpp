@@ -1,10 +1,10 @@
 #include "export/scene_table.h"
 
-#include "export/image_files.h"
 #include "export/sql_connection.h"
 #include "platform/whole_file.h"
 #include "scenes/scene.h"
 #include "util/error_reason.h"
+#include "util/film_files.h"
 #include "util/numbers.h"
 #include "util/user_error.h"
 

@@ -1,12 +1,12 @@
 #include "export/sqlite_export_window.h"
 
 #include "export/gif_export_dialog.h"
-#include "export/image_files.h"
 #include "export/scene_table.h"
 #include "platform/whole_file.h"
 #include "player/player_state.h"
 #include "scenes/scene_list_window.h"
 #include "util/error_reason.h"
+#include "util/film_files.h"
 #include "util/user_error.h"
 #include "widgets/icons.h"
 #include "widgets/message_box.h"

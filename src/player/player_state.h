@@ -1,13 +1,10 @@
 #pragma once
 
+#include "util/media_time.h"
+
 #include <QString>
 
 #include <cstdint>
-
-/// Media time: a count of 100-nanosecond units from the first moment of the video.
-using MediaTime = std::int64_t;
-
-constexpr MediaTime unitsPerSecond = 10'000'000;
 
 // The state of the one playback session, shared by the whole program.
 

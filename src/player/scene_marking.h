@@ -1,6 +1,6 @@
 #pragma once
 
-#include "player/player_state.h"
+#include "util/media_time.h"
 
 #include <QString>
 

@@ -1,9 +1,6 @@
 #include "player/transport.h"
 
-#include "util/numbers.h"
-
 #include <cmath>
-#include <limits>
 
 namespace {
 
@@ -14,24 +11,6 @@ std::int32_t wrapped(std::int64_t value)
 }
 
 } // namespace
-
-MediaTime steppedPosition(MediaTime position, double offset, MediaTime duration)
-{
-    const MediaTime target = truncatedToInt64(static_cast<double>(position) + offset);
-    if (target < 0)
-        return 0;
-    return offset > 0.0 && target >= duration ? duration - 1 : target;
-}
-
-std::int64_t frameNumber(MediaTime position, double framesPerSecond)
-{
-    return truncatedToInt64(static_cast<double>(position) * framesPerSecond / static_cast<double>(unitsPerSecond));
-}
-
-std::int32_t wholeSeconds(MediaTime position)
-{
-    return wrapped(position / unitsPerSecond);
-}
 
 std::int32_t progressBarSecond(int x, int width, int maximum)
 {

@@ -1,19 +1,8 @@
 #pragma once
 
-#include "player/player_state.h"
-
 #include <cstdint>
 
-// The arithmetic of the transport controls.
-
-/// `position` moved by `offset` (both 100 ns): not before 0, and before the end of the video.
-[[nodiscard]] MediaTime steppedPosition(MediaTime position, double offset, MediaTime duration);
-
-/// The number of the frame at `position` (100 ns).
-[[nodiscard]] std::int64_t frameNumber(MediaTime position, double framesPerSecond);
-
-/// Whole seconds of `position` (100 ns).
-[[nodiscard]] std::int32_t wholeSeconds(MediaTime position);
+// What the positions of the transport controls mean.
 
 /// The whole second that pixel `x` of a progress bar `width` pixels wide and ending at second `maximum` stands
 /// for; 0 for a bar that has no extent.

@@ -1,6 +1,6 @@
 #include "reader/read_pattern.h"
 
-#include "util/frame_protocol.h"
+#include "util/media_time.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +23,7 @@ ReadPattern::ReadPattern(double framesPerSecond) : m_second(framesPerSecond) {}
 
 std::int64_t ReadPattern::indexAt(double seconds) const
 {
-    return static_cast<std::int64_t>(frame_protocol::framesBefore(seconds, m_second));
+    return static_cast<std::int64_t>(framesBefore(seconds, m_second));
 }
 
 void ReadPattern::startTimes(std::int64_t index)

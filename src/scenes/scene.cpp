@@ -72,5 +72,5 @@ void sortByPosition(GridCells &list)
 
 MediaTime mediaTimeOf(const QString &position)
 {
-    return truncatedToInt64(leadingNumber(position) * static_cast<double>(unitsPerSecond));
+    return mediaTimeAt(leadingNumber(position));
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "player/player_state.h"
 #include "scenes/grid_cells.h"
+#include "util/media_time.h"
 
 #include <QString>
 

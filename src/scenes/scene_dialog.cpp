@@ -3,6 +3,7 @@
 #include "platform/shell_open.h"
 #include "platform/warning_beep.h"
 #include "platform/whole_file.h"
+#include "player/player_state.h"
 #include "scenes/map_address.h"
 #include "scenes/scene_list_window.h"
 #include "scenes/type_list.h"

@@ -4,6 +4,7 @@
 #include "scenes/scene.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scenes_file.h"
+#include "util/film_files.h"
 #include "widgets/icons.h"
 
 #include <QAction>

@@ -37,11 +37,6 @@ constexpr std::array<QString (IXMLsceneType::*)() const, sceneElements.size()> g
 
 } // namespace
 
-QString scenesFileOf(const QString &videoPath)
-{
-    return videoPath + QStringLiteral(".scenes");
-}
-
 QByteArray scenesXml(const GridCells &list)
 {
     QByteArray xml = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<scenes>\r\n";

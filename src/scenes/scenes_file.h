@@ -16,9 +16,6 @@ public:
     using UserError::UserError;
 };
 
-/// The name of the scenes file of the video at `videoPath`.
-[[nodiscard]] QString scenesFileOf(const QString &videoPath);
-
 /// The list as a scenes file: every data row, the blank one of an empty list included; UTF-8 with its byte order
 /// mark, lines ended by CR LF. Texts are written letter for letter, so that "&" and "<" in them, and control
 /// characters, make a file that does not read back.

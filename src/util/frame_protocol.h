@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -30,15 +29,5 @@ constexpr std::size_t unopenedDataSize = 20;
 constexpr std::int32_t mostFrames = 20;
 
 constexpr std::int32_t bytesPerPixel = 3;
-
-/// The frames of a film before that moment of it; their whole part is the index that a read there asks for. What a
-/// double loses in the product does not name the frame before: 1.16 seconds at 25 frames a second are 29.
-[[nodiscard]] inline double framesBefore(double seconds, double framesPerSecond)
-{
-    constexpr double noise = 1e-6;
-    const double frames = framesPerSecond * seconds;
-    const double whole = std::round(frames);
-    return std::abs(frames - whole) < noise ? whole : frames;
-}
 
 } // namespace frame_protocol

@@ -17,20 +17,6 @@ bool isBlank(QChar c)
     return c == QLatin1Char(' ') || (c >= QLatin1Char('\t') && c <= QLatin1Char('\r'));
 }
 
-template <typename Integer>
-Integer truncatedTo(double value)
-{
-    // The bounds are powers of two and therefore exact as doubles; the upper one itself is out of range.
-    constexpr double limit = -static_cast<double>(std::numeric_limits<Integer>::min());
-    if (std::isnan(value))
-        return 0;
-    if (value >= limit)
-        return std::numeric_limits<Integer>::max();
-    if (value <= -limit)
-        return std::numeric_limits<Integer>::min();
-    return static_cast<Integer>(value);
-}
-
 } // namespace
 
 double leadingNumber(QStringView text)
@@ -69,16 +55,6 @@ double leadingNumber(QStringView text)
     // Beyond a double this gives an infinity or 0.
     const double value = QLocale::c().toDouble(text.sliced(start, i - start));
     return negative ? -value : value;
-}
-
-std::int64_t truncatedToInt64(double value)
-{
-    return truncatedTo<std::int64_t>(value);
-}
-
-std::int32_t truncatedToInt32(double value)
-{
-    return truncatedTo<std::int32_t>(value);
 }
 
 QString generalFormat(double value)

@@ -1,7 +1,7 @@
 #include "export_windows.h"
 #include "failing_system.h"
 
-#include "export/image_files.h"
+#include "util/film_files.h"
 
 #include <QProcess>
 

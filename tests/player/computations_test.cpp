@@ -1,7 +1,7 @@
 #include "player/display_texts.h"
-#include "player/mpv/picture_time.h"
 #include "player/scene_marking.h"
 #include "player/transport.h"
+#include "util/media_time.h"
 
 #include <QTest>
 

@@ -2,7 +2,7 @@
 
 #include "films/film_maker.h"
 #include "player/scene_marking.h"
-#include "player/transport.h"
+#include "util/media_time.h"
 #include "util/numbers.h"
 
 #include <QRandomGenerator>
@@ -83,7 +83,7 @@ void ExactnessTest::aMarkedPictureComesBack()
         compareShown(marked);
         const QString start = sceneStartText(GetPosition());
         m_player->seekTo(anywhere());
-        m_player->seekTo(truncatedToInt64(leadingNumber(start) * unitsPerSecond));
+        m_player->seekTo(mediaTimeAt(leadingNumber(start)));
         compareShown(marked);
         // A jump that is taken back before it has landed leaves nothing of itself.
         const MediaTime next = steppedPosition(GetPosition(), unitsPerSecond / fps, Duration);

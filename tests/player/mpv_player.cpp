@@ -1,7 +1,7 @@
 #include "mpv_player.h"
 
 #include "films/film_witness.h"
-#include "player/transport.h"
+#include "util/media_time.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
 #include "reader/read_pattern.h"
-#include "util/frame_protocol.h"
+#include "util/media_time.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -28,7 +28,7 @@ void ReadPatternTest::anExportIsForeseen()
         for (int scene = 0; scene < scenes; ++scene) {
             double time = (2000 * scene + random.bounded(1000)) / 100.0;
             for (int second = 0; second < 5; ++second, time += 1.0) {
-                const auto index = static_cast<std::int64_t>(frame_protocol::framesBefore(time, rate));
+                const auto index = static_cast<std::int64_t>(framesBefore(time, rate));
                 const std::vector<std::int64_t> foreseen = pattern.next(1);
                 if (second > 0) {
                     guesses += foreseen.size();

@@ -1,5 +1,6 @@
 #include "util/numbers.h"
 #include "util/text_routines.h"
+#include "util/truncation.h"
 
 #include <QTest>
 

@@ -1,7 +1,5 @@
 #include "player/mpv/mpv_session.h"
 
-#include "player/mpv/picture_time.h"
-
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QFile>
