@@ -190,3 +190,8 @@ void TForm3::bringToFront()
     show();
     raise();
 }
+
+void TForm3::showFact(const QString &fact)
+{
+    StatusBar1->showMessage(fact);
+}

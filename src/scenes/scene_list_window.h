@@ -45,6 +45,9 @@ public:
     /// Shows the window in front of the others and leaves the keyboard's focus where it is.
     void bringToFront();
 
+    /// Tells a fact in the window's status bar, such as what a command has done, in place of the one told last.
+    void showFact(const QString &fact);
+
     TStringGrid *StringGrid1;
     QStatusBar *StatusBar1;
 
