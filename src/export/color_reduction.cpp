@@ -63,23 +63,23 @@ public:
     /// Forgets all colours; makes room for `colors` of them.
     void clear(std::size_t colors)
     {
-        slotBits = static_cast<int>(std::bit_width(2 * colors));
-        slots.assign(std::size_t{1} << slotBits, {});
-        count = 0;
+        m_slotBits = static_cast<int>(std::bit_width(2 * colors));
+        m_slots.assign(std::size_t{1} << m_slotBits, {});
+        m_count = 0;
     }
 
-    [[nodiscard]] std::size_t size() const { return count; }
+    [[nodiscard]] std::size_t size() const { return m_count; }
 
     /// The number of the colour, the next one for a new colour.
     [[nodiscard]] std::size_t numberOf(std::uint32_t color)
     {
         constexpr std::uint32_t scatter = 2654435761U;
-        std::size_t slot = (color * scatter) >> (32 - slotBits);
-        while (slots[slot].number != 0 && slots[slot].color != color)
-            slot = (slot + 1) % slots.size();
-        if (slots[slot].number == 0)
-            slots[slot] = {color, static_cast<std::uint32_t>(++count)};
-        return slots[slot].number - 1;
+        std::size_t slot = (color * scatter) >> (32 - m_slotBits);
+        while (m_slots[slot].number != 0 && m_slots[slot].color != color)
+            slot = (slot + 1) % m_slots.size();
+        if (m_slots[slot].number == 0)
+            m_slots[slot] = {color, static_cast<std::uint32_t>(++m_count)};
+        return m_slots[slot].number - 1;
     }
 
 private:
@@ -88,9 +88,9 @@ private:
         /// From 1; 0 is a free slot.
         std::uint32_t number = 0;
     };
-    int slotBits = 1;
-    std::vector<Slot> slots;
-    std::size_t count = 0;
+    int m_slotBits = 1;
+    std::vector<Slot> m_slots;
+    std::size_t m_count = 0;
 };
 
 std::uint32_t colorOf(const std::uint8_t *pixel)
@@ -106,24 +106,24 @@ public:
     {
         const std::size_t pixels =
             static_cast<std::size_t>(picture.Width()) * static_cast<std::size_t>(picture.Height());
-        result.palette.clear();
-        result.pixels.resize(pixels);
-        result.transparent = -1;
+        m_result.palette.clear();
+        m_result.pixels.resize(pixels);
+        m_result.transparent = -1;
         if (!reduceExactly(picture)) {
             gatherCells(picture, cellBits);
-            if (cells.size() < fewCells)
+            if (m_cells.size() < fewCells)
                 gatherCells(picture, 8);
             choosePalette(picture);
             dither(picture);
         }
-        if (first)
-            shown.SetSize(picture.Width(), picture.Height());
-        if (result.transparent >= 0)
-            result.palette.push_back({});
+        if (m_first)
+            m_shown.SetSize(picture.Width(), picture.Height());
+        if (m_result.transparent >= 0)
+            m_result.palette.push_back({});
         show(picture);
         remember(picture);
-        first = false;
-        return result;
+        m_first = false;
+        return m_result;
     }
 
 private:
@@ -137,43 +137,43 @@ private:
         [[nodiscard]] int mean(int Cell::*channel) const { return (this->*channel + count / 2) / count; }
     };
 
-    [[nodiscard]] std::size_t colorLimit() const { return first ? paletteSize : paletteSize - 1; }
+    [[nodiscard]] std::size_t colorLimit() const { return m_first ? paletteSize : paletteSize - 1; }
 
     /// Reduces a picture whose colours fit the palette; false for others.
     bool reduceExactly(const Bitmap &picture)
     {
-        numbers.clear(paletteSize + 1);
-        std::uint8_t *index = result.pixels.data();
+        m_numbers.clear(paletteSize + 1);
+        std::uint8_t *index = m_result.pixels.data();
         for (int row = 0; row < picture.Height(); ++row) {
             const std::uint8_t *pixel = picture.ScanLine(row);
             for (int column = 0; column < picture.Width(); ++column, pixel += Bitmap::bytesPerPixel) {
-                const std::size_t number = numbers.numberOf(colorOf(pixel));
-                if (number == result.palette.size()) {
+                const std::size_t number = m_numbers.numberOf(colorOf(pixel));
+                if (number == m_result.palette.size()) {
                     if (number == colorLimit()) {
-                        result.palette.clear();
+                        m_result.palette.clear();
                         return false;
                     }
-                    result.palette.push_back({pixel[2], pixel[1], pixel[0]});
+                    m_result.palette.push_back({pixel[2], pixel[1], pixel[0]});
                 }
                 *index++ = static_cast<std::uint8_t>(number);
             }
         }
-        if (!first)
+        if (!m_first)
             keepEqualPixels(picture);
         return true;
     }
 
     void keepEqualPixels(const Bitmap &picture)
     {
-        const auto transparent = static_cast<std::uint8_t>(result.palette.size());
-        std::uint8_t *index = result.pixels.data();
+        const auto transparent = static_cast<std::uint8_t>(m_result.palette.size());
+        std::uint8_t *index = m_result.pixels.data();
         for (int row = 0; row < picture.Height(); ++row) {
             const std::uint8_t *pixel = picture.ScanLine(row);
-            const std::uint8_t *before = shown.ScanLine(row);
+            const std::uint8_t *before = m_shown.ScanLine(row);
             for (int column = 0; column < picture.Width(); ++column, ++index) {
                 if (colorOf(pixel) == colorOf(before)) {
                     *index = transparent;
-                    result.transparent = transparent;
+                    m_result.transparent = transparent;
                 }
                 pixel += Bitmap::bytesPerPixel;
                 before += Bitmap::bytesPerPixel;
@@ -186,15 +186,15 @@ private:
     {
         const std::uint32_t channelMask = 0xFFU & (0xFFU << (8 - bits));
         const std::uint32_t mask = channelMask << 16 | channelMask << 8 | channelMask;
-        numbers.clear(result.pixels.size());
-        cells.clear();
+        m_numbers.clear(m_result.pixels.size());
+        m_cells.clear();
         for (int row = 0; row < picture.Height(); ++row) {
             const std::uint8_t *pixel = picture.ScanLine(row);
             for (int column = 0; column < picture.Width(); ++column, pixel += Bitmap::bytesPerPixel) {
-                const std::size_t number = numbers.numberOf(colorOf(pixel) & mask);
-                if (number == cells.size())
-                    cells.emplace_back();
-                Cell &cell = cells[number];
+                const std::size_t number = m_numbers.numberOf(colorOf(pixel) & mask);
+                if (number == m_cells.size())
+                    m_cells.emplace_back();
+                Cell &cell = m_cells[number];
                 cell.red += pixel[2];
                 cell.green += pixel[1];
                 cell.blue += pixel[0];
@@ -205,11 +205,11 @@ private:
 
     void choosePalette(const Bitmap &picture)
     {
-        entries.clear();
-        for (const Cell &cell : cells) {
+        m_entries.clear();
+        for (const Cell &cell : m_cells) {
             const auto channel = [&](int Cell::*which) { return static_cast<unsigned char>(cell.mean(which)); };
-            entries.push_back({{channel(&Cell::red), channel(&Cell::green), channel(&Cell::blue), 255},
-                               static_cast<unsigned int>(cell.count)});
+            m_entries.push_back({{channel(&Cell::red), channel(&Cell::green), channel(&Cell::blue), 255},
+                                 static_cast<unsigned int>(cell.count)});
         }
         const Attributes attributes(liq_attr_create());
         if (!attributes)
@@ -219,8 +219,8 @@ private:
         const Histogram histogram(liq_histogram_create(attributes.get()));
         liq_result *quantized = nullptr;
         if (!histogram
-            || liq_histogram_add_colors(histogram.get(), attributes.get(), entries.data(),
-                                        static_cast<int>(entries.size()), 0)
+            || liq_histogram_add_colors(histogram.get(), attributes.get(), m_entries.data(),
+                                        static_cast<int>(m_entries.size()), 0)
                    != LIQ_OK
             || liq_histogram_quantize(histogram.get(), attributes.get(), &quantized) != LIQ_OK)
             throw std::bad_alloc();
@@ -229,9 +229,9 @@ private:
         const liq_palette *palette = liq_get_palette(quantized);
         for (unsigned int i = 0; i < palette->count; ++i) {
             const liq_color &color = palette->entries[i];
-            result.palette.push_back({color.r, color.g, color.b});
+            m_result.palette.push_back({color.r, color.g, color.b});
         }
-        nearest.setPalette(result.palette);
+        m_nearest.setPalette(m_result.palette);
         for (int round = 0; round < kMeansRounds; ++round)
             moveToMeans(picture);
     }
@@ -247,56 +247,56 @@ private:
         };
         std::array<Sum, paletteSize> sums{};
         double error = 0;
-        for (const Cell &cell : cells) {
+        for (const Cell &cell : m_cells) {
             const int red = cell.mean(&Cell::red);
             const int green = cell.mean(&Cell::green);
             const int blue = cell.mean(&Cell::blue);
-            const std::uint8_t index = nearest.find(red, green, blue);
+            const std::uint8_t index = m_nearest.find(red, green, blue);
             Sum &sum = sums[index];
             sum.red += cell.red;
             sum.green += cell.green;
             sum.blue += cell.blue;
             sum.count += cell.count;
-            const PaletteColor &color = result.palette[index];
+            const PaletteColor &color = m_result.palette[index];
             error += cell.count
                      * static_cast<double>(squaredDistance({color.red, color.green, color.blue}, red, green, blue));
         }
-        meanError = error / (static_cast<double>(picture.Width()) * picture.Height());
-        for (std::size_t i = 0; i < result.palette.size(); ++i) {
+        m_meanError = error / (static_cast<double>(picture.Width()) * picture.Height());
+        for (std::size_t i = 0; i < m_result.palette.size(); ++i) {
             const Sum &sum = sums[i];
             if (sum.count == 0)
                 continue;
             const auto mean = [&](std::int64_t channel) {
                 return static_cast<std::uint8_t>((channel + sum.count / 2) / sum.count);
             };
-            result.palette[i] = {mean(sum.red), mean(sum.green), mean(sum.blue)};
+            m_result.palette[i] = {mean(sum.red), mean(sum.green), mean(sum.blue)};
         }
-        nearest.setPalette(result.palette);
+        m_nearest.setPalette(m_result.palette);
     }
 
     void dither(const Bitmap &picture)
     {
         const int width = picture.Width();
-        const auto transparent = static_cast<std::uint8_t>(result.palette.size());
-        const int worth = static_cast<int>(meanError * repetitionWorth);
-        const int price = static_cast<int>(meanError * keepingPrice);
+        const auto transparent = static_cast<std::uint8_t>(m_result.palette.size());
+        const int worth = static_cast<int>(m_meanError * repetitionWorth);
+        const int price = static_cast<int>(m_meanError * keepingPrice);
         // One pixel more at either end takes the errors that fall over the edge. The scale is 1/256.
         const std::size_t length = (static_cast<std::size_t>(width) + 2) * Bitmap::bytesPerPixel;
-        errorsHere.assign(length, 0);
+        m_errorsHere.assign(length, 0);
         for (int row = 0; row < picture.Height(); ++row) {
-            errorsBelow.assign(length, 0);
+            m_errorsBelow.assign(length, 0);
             // Every other row runs backwards, or the errors would drift to one side.
             const int step = row % 2 == 0 ? 1 : -1;
             int column = step > 0 ? 0 : width - 1;
-            std::uint8_t *const indices = result.pixels.data() + static_cast<std::ptrdiff_t>(row) * width;
+            std::uint8_t *const indices = m_result.pixels.data() + static_cast<std::ptrdiff_t>(row) * width;
             const std::uint8_t *const pixels = picture.ScanLine(row);
-            const std::uint8_t *const pixelsBefore = first ? nullptr : shown.ScanLine(row);
-            const std::uint8_t *const sourceBefore = first ? nullptr : previous.ScanLine(row);
+            const std::uint8_t *const pixelsBefore = m_first ? nullptr : m_shown.ScanLine(row);
+            const std::uint8_t *const sourceBefore = m_first ? nullptr : m_previous.ScanLine(row);
             int repeated = -1;
             for (int count = 0; count < width; ++count, column += step) {
                 const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(column) * Bitmap::bytesPerPixel;
-                int *const here = errorsHere.data() + at + Bitmap::bytesPerPixel;
-                int *const below = errorsBelow.data() + at + Bitmap::bytesPerPixel;
+                int *const here = m_errorsHere.data() + at + Bitmap::bytesPerPixel;
+                int *const below = m_errorsBelow.data() + at + Bitmap::bytesPerPixel;
                 const auto wanted = [&](int channel) {
                     const int error = here[channel];
                     return std::clamp(pixels[at + channel] + (error + (error < 0 ? -128 : 128)) / 256, 0, 255);
@@ -305,8 +305,8 @@ private:
                 const int green = wanted(1);
                 const int red = wanted(2);
 
-                std::uint8_t index = nearest.find(red, green, blue);
-                PaletteColor color = result.palette[index];
+                std::uint8_t index = m_nearest.find(red, green, blue);
+                PaletteColor color = m_result.palette[index];
                 int error = squaredDistance({color.red, color.green, color.blue}, red, green, blue);
                 if (pixelsBefore) {
                     const PaletteColor before{pixelsBefore[at + 2], pixelsBefore[at + 1], pixelsBefore[at]};
@@ -316,11 +316,11 @@ private:
                         index = transparent;
                         color = before;
                         error = keptError;
-                        result.transparent = transparent;
+                        m_result.transparent = transparent;
                     }
                 }
                 if (repeated >= 0 && repeated != index && repeated != transparent) {
-                    const PaletteColor &again = result.palette[static_cast<std::size_t>(repeated)];
+                    const PaletteColor &again = m_result.palette[static_cast<std::size_t>(repeated)];
                     if (squaredDistance({again.red, again.green, again.blue}, red, green, blue) <= error + worth) {
                         index = static_cast<std::uint8_t>(repeated);
                         color = again;
@@ -341,20 +341,20 @@ private:
                 spread(1, green - color.green);
                 spread(2, red - color.red);
             }
-            errorsHere.swap(errorsBelow);
+            m_errorsHere.swap(m_errorsBelow);
         }
     }
 
     /// Makes `shown` what a viewer shows with this picture.
     void show(const Bitmap &picture)
     {
-        const std::uint8_t *index = result.pixels.data();
+        const std::uint8_t *index = m_result.pixels.data();
         for (int row = 0; row < picture.Height(); ++row) {
-            std::uint8_t *pixel = shown.ScanLine(row);
+            std::uint8_t *pixel = m_shown.ScanLine(row);
             for (int column = 0; column < picture.Width(); ++column, ++index, pixel += Bitmap::bytesPerPixel) {
-                if (*index == result.transparent)
+                if (*index == m_result.transparent)
                     continue;
-                const PaletteColor &color = result.palette[*index];
+                const PaletteColor &color = m_result.palette[*index];
                 pixel[0] = color.blue;
                 pixel[1] = color.green;
                 pixel[2] = color.red;
@@ -365,32 +365,32 @@ private:
     void remember(const Bitmap &picture)
     {
         // A bitmap may own more memory than its picture needs.
-        previous.SetSize(picture.Width(), picture.Height());
+        m_previous.SetSize(picture.Width(), picture.Height());
         const auto rowSize = static_cast<std::size_t>(picture.Width()) * Bitmap::bytesPerPixel;
         for (int row = 0; row < picture.Height(); ++row)
-            std::memcpy(previous.ScanLine(row), picture.ScanLine(row), rowSize);
+            std::memcpy(m_previous.ScanLine(row), picture.ScanLine(row), rowSize);
     }
 
-    IndexedPicture result;
+    IndexedPicture m_result;
     /// What a viewer shows before the next picture, and the picture that was to be shown there.
-    Bitmap shown;
-    Bitmap previous;
-    bool first = true;
+    Bitmap m_shown;
+    Bitmap m_previous;
+    bool m_first = true;
 
-    ColorNumbers numbers;
-    std::vector<Cell> cells;
-    std::vector<liq_histogram_entry> entries;
-    NearestColor nearest;
-    double meanError = 0;
-    std::vector<int> errorsHere;
-    std::vector<int> errorsBelow;
+    ColorNumbers m_numbers;
+    std::vector<Cell> m_cells;
+    std::vector<liq_histogram_entry> m_entries;
+    NearestColor m_nearest;
+    double m_meanError = 0;
+    std::vector<int> m_errorsHere;
+    std::vector<int> m_errorsBelow;
 };
 
-ColorReduction::ColorReduction() : work(std::make_unique<Work>()) {}
+ColorReduction::ColorReduction() : m_work(std::make_unique<Work>()) {}
 
 ColorReduction::~ColorReduction() = default;
 
 const IndexedPicture &ColorReduction::reduce(const Bitmap &picture)
 {
-    return work->reduce(picture);
+    return m_work->reduce(picture);
 }

@@ -37,5 +37,5 @@ public:
 
 private:
     class Work;
-    std::unique_ptr<Work> work;
+    std::unique_ptr<Work> m_work;
 };

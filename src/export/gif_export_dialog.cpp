@@ -67,7 +67,7 @@ void makeFolder(const QString &folder)
 TForm4::TForm4(QWidget *owner)
     : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
                          | Qt::MSWindowsFixedSizeDialogHint),
-      reader(std::make_unique<FRAME_READER>())
+      m_reader(std::make_unique<FRAME_READER>())
 {
     setWindowTitle(dialogCaption);
     setObjectName(QStringLiteral("Form4"));
@@ -76,7 +76,7 @@ TForm4::TForm4(QWidget *owner)
     buildLayout();
     setFixedSize(clientSize);
 
-    FR = reader.get();
+    FR = m_reader.get();
     FR->SetShareName(QStringLiteral("TAVRIN"));
     FR->SetEXE(inApplicationFolder(QStringLiteral("FrameReader")));
     FR->Run();

@@ -61,7 +61,7 @@ private:
     void buildControls();
     void buildLayout();
 
-    std::unique_ptr<FRAME_READER> reader;
+    std::unique_ptr<FRAME_READER> m_reader;
 };
 
 extern TForm4 *Form4;

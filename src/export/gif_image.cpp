@@ -38,35 +38,36 @@ ColorMap colorMapOf(const std::vector<PaletteColor> &palette)
 /// The GIF library's writing side. It writes into memory, so that its only error is the lack of it.
 class TGIFImage::Writer {
 public:
-    Writer(int gifWidth, int gifHeight, Sink gifSink) : width(gifWidth), height(gifHeight), sink(std::move(gifSink))
+    Writer(int gifWidth, int gifHeight, Sink gifSink)
+        : m_width(gifWidth), m_height(gifHeight), m_sink(std::move(gifSink))
     {
-        file.reset(EGifOpen(&bytes, &Writer::take, nullptr));
-        if (!file)
+        m_file.reset(EGifOpen(&m_bytes, &Writer::take, nullptr));
+        if (!m_file)
             throw std::bad_alloc();
-        EGifSetGifVersion(file.get(), true);
-        check(EGifPutScreenDesc(file.get(), width, height, colorResolution, 0, nullptr));
+        EGifSetGifVersion(m_file.get(), true);
+        check(EGifPutScreenDesc(m_file.get(), m_width, m_height, colorResolution, 0, nullptr));
     }
 
     void add(const Bitmap &frame)
     {
-        const IndexedPicture &picture = colors.reduce(frame);
+        const IndexedPicture &picture = m_colors.reduce(frame);
         const ColorMap map = colorMapOf(picture.palette);
-        if (!looping)
+        if (!m_looping)
             putLooping();
         const GraphicsControlBlock control{DISPOSE_DO_NOT, false, hundredthsPerFrame, picture.transparent};
         std::array<GifByteType, 4> extension{};
         const auto length = static_cast<int>(EGifGCBToExtension(&control, extension.data()));
-        check(EGifPutExtension(file.get(), GRAPHICS_EXT_FUNC_CODE, length, extension.data()));
-        check(EGifPutImageDesc(file.get(), 0, 0, width, height, false, map.get()));
+        check(EGifPutExtension(m_file.get(), GRAPHICS_EXT_FUNC_CODE, length, extension.data()));
+        check(EGifPutImageDesc(m_file.get(), 0, 0, m_width, m_height, false, map.get()));
         // The library takes the pixels as its own to change.
-        pixels = picture.pixels;
-        check(EGifPutLine(file.get(), pixels.data(), static_cast<int>(pixels.size())));
+        m_pixels = picture.pixels;
+        check(EGifPutLine(m_file.get(), m_pixels.data(), static_cast<int>(m_pixels.size())));
         passOn();
     }
 
     void finish()
     {
-        check(EGifCloseFile(file.release(), nullptr));
+        check(EGifCloseFile(m_file.release(), nullptr));
         passOn();
     }
 
@@ -79,17 +80,17 @@ private:
     {
         constexpr std::array<GifByteType, 3> forever{1, 0, 0};
         constexpr std::string_view application = "NETSCAPE2.0";
-        check(EGifPutExtensionLeader(file.get(), APPLICATION_EXT_FUNC_CODE));
-        check(EGifPutExtensionBlock(file.get(), static_cast<int>(application.size()), application.data()));
-        check(EGifPutExtensionBlock(file.get(), static_cast<int>(forever.size()), forever.data()));
-        check(EGifPutExtensionTrailer(file.get()));
-        looping = true;
+        check(EGifPutExtensionLeader(m_file.get(), APPLICATION_EXT_FUNC_CODE));
+        check(EGifPutExtensionBlock(m_file.get(), static_cast<int>(application.size()), application.data()));
+        check(EGifPutExtensionBlock(m_file.get(), static_cast<int>(forever.size()), forever.data()));
+        check(EGifPutExtensionTrailer(m_file.get()));
+        m_looping = true;
     }
 
     void passOn()
     {
-        sink(bytes);
-        bytes.clear();
+        m_sink(m_bytes);
+        m_bytes.clear();
     }
 
     static int take(GifFileType *gif, const GifByteType *taken, int count) noexcept
@@ -109,18 +110,18 @@ private:
             throw std::bad_alloc();
     }
 
-    int width;
-    int height;
-    Sink sink;
-    bool looping = false;
-    std::string bytes;
-    std::unique_ptr<GifFileType, Close> file;
-    ColorReduction colors;
-    std::vector<GifByteType> pixels;
+    int m_width;
+    int m_height;
+    Sink m_sink;
+    bool m_looping = false;
+    std::string m_bytes;
+    std::unique_ptr<GifFileType, Close> m_file;
+    ColorReduction m_colors;
+    std::vector<GifByteType> m_pixels;
 };
 
 TGIFImage::TGIFImage(int width, int height, Sink sink)
-    : writer(std::make_unique<Writer>(width, height, std::move(sink)))
+    : m_writer(std::make_unique<Writer>(width, height, std::move(sink)))
 {
 }
 
@@ -128,10 +129,10 @@ TGIFImage::~TGIFImage() = default;
 
 void TGIFImage::Add(const Bitmap &frame)
 {
-    writer->add(frame);
+    m_writer->add(frame);
 }
 
 void TGIFImage::finish()
 {
-    writer->finish();
+    m_writer->finish();
 }

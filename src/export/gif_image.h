@@ -29,5 +29,5 @@ public:
 
 private:
     class Writer;
-    std::unique_ptr<Writer> writer;
+    std::unique_ptr<Writer> m_writer;
 };

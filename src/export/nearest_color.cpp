@@ -6,13 +6,13 @@
 
 void NearestColor::setPalette(const std::vector<PaletteColor> &palette)
 {
-    blocks.fill({});
-    cubes.fill({});
-    candidates.clear();
+    m_blocks.fill({});
+    m_cubes.fill({});
+    m_candidates.clear();
     for (const PaletteColor &color : palette) {
-        candidates.push_back({color.red, color.green, color.blue, static_cast<std::uint8_t>(candidates.size())});
+        m_candidates.push_back({color.red, color.green, color.blue, static_cast<std::uint8_t>(m_candidates.size())});
     }
-    all = {0, static_cast<std::uint32_t>(candidates.size())};
+    m_all = {0, static_cast<std::uint32_t>(m_candidates.size())};
 }
 
 void NearestColor::listCube(std::size_t cube)
@@ -26,13 +26,13 @@ void NearestColor::listCube(std::size_t cube)
     const int green = (place >> cubeBits) & mask;
     const int blue = place & mask;
 
-    Range &block = blocks[static_cast<std::size_t>(((red >> coarser) << (2 * blockBits))
-                                                   | ((green >> coarser) << blockBits) | (blue >> coarser))];
+    Range &block = m_blocks[static_cast<std::size_t>(((red >> coarser) << (2 * blockBits))
+                                                     | ((green >> coarser) << blockBits) | (blue >> coarser))];
     if (block.count == 0) {
-        block = listNearest(all, (red >> coarser) * blockSize, (green >> coarser) * blockSize,
+        block = listNearest(m_all, (red >> coarser) * blockSize, (green >> coarser) * blockSize,
                             (blue >> coarser) * blockSize, blockSize);
     }
-    cubes[cube] = listNearest(block, red * cubeSize, green * cubeSize, blue * cubeSize, cubeSize);
+    m_cubes[cube] = listNearest(block, red * cubeSize, green * cubeSize, blue * cubeSize, cubeSize);
 }
 
 /// Lists those of `from` that may be nearest to some colour of the cube of this size at this corner. For every colour
@@ -44,7 +44,7 @@ NearestColor::Range NearestColor::listNearest(Range from, int red, int green, in
     std::array<int, 256> distances{};
     int least = std::numeric_limits<int>::max();
     for (std::uint32_t i = 0; i < from.count; ++i) {
-        const Candidate &candidate = candidates[from.first + i];
+        const Candidate &candidate = m_candidates[from.first + i];
         const int r = 2 * (candidate.red - red) - (size - 1);
         const int g = 2 * (candidate.green - green) - (size - 1);
         const int b = 2 * (candidate.blue - blue) - (size - 1);
@@ -55,12 +55,12 @@ NearestColor::Range NearestColor::listNearest(Range from, int red, int green, in
     const double farthest = std::sqrt(least) + diagonal;
     const int bound = static_cast<int>(farthest * farthest) + 1;
 
-    const auto first = static_cast<std::uint32_t>(candidates.size());
+    const auto first = static_cast<std::uint32_t>(m_candidates.size());
     for (std::uint32_t i = 0; i < from.count; ++i) {
         if (distances[i] <= bound) {
-            const Candidate candidate = candidates[from.first + i];
-            candidates.push_back(candidate);
+            const Candidate candidate = m_candidates[from.first + i];
+            m_candidates.push_back(candidate);
         }
     }
-    return {first, static_cast<std::uint32_t>(candidates.size()) - first};
+    return {first, static_cast<std::uint32_t>(m_candidates.size()) - first};
 }

@@ -19,10 +19,10 @@ public:
     [[nodiscard]] std::uint8_t find(int red, int green, int blue)
     {
         const std::size_t cube = cubeOf(red, green, blue);
-        if (cubes[cube].count == 0)
+        if (m_cubes[cube].count == 0)
             listCube(cube);
-        const Range range = cubes[cube];
-        const Candidate *candidate = candidates.data() + range.first;
+        const Range range = m_cubes[cube];
+        const Candidate *candidate = m_candidates.data() + range.first;
         const Candidate *const end = candidate + range.count;
         std::uint8_t nearest = candidate->index;
         for (int best = distance(*candidate, red, green, blue); ++candidate != end;) {
@@ -66,8 +66,8 @@ private:
     void listCube(std::size_t cube);
     [[nodiscard]] Range listNearest(Range from, int red, int green, int blue, int size);
 
-    std::vector<Candidate> candidates;
-    Range all;
-    std::array<Range, 1 << (3 * blockBits)> blocks{};
-    std::array<Range, 1 << (3 * cubeBits)> cubes{};
+    std::vector<Candidate> m_candidates;
+    Range m_all;
+    std::array<Range, 1 << (3 * blockBits)> m_blocks{};
+    std::array<Range, 1 << (3 * cubeBits)> m_cubes{};
 };

@@ -5,14 +5,14 @@
 #include <QVBoxLayout>
 
 TRadioGroup::TRadioGroup(const QString &caption, const QStringList &items, QWidget *parent)
-    : QGroupBox(caption, parent), buttons(new QButtonGroup(this))
+    : QGroupBox(caption, parent), m_buttons(new QButtonGroup(this))
 {
     auto *column = new QVBoxLayout(this);
     constexpr int margin = 8;
     column->setContentsMargins(margin, margin, margin, margin);
     for (const QString &item : items) {
         auto *button = new QRadioButton(item, this);
-        buttons->addButton(button, static_cast<int>(buttons->buttons().size()));
+        m_buttons->addButton(button, static_cast<int>(m_buttons->buttons().size()));
         column->addWidget(button);
     }
     setItemIndex(0);
@@ -20,11 +20,11 @@ TRadioGroup::TRadioGroup(const QString &caption, const QStringList &items, QWidg
 
 int TRadioGroup::ItemIndex() const
 {
-    return buttons->checkedId();
+    return m_buttons->checkedId();
 }
 
 void TRadioGroup::setItemIndex(int index)
 {
-    if (QAbstractButton *button = buttons->button(index))
+    if (QAbstractButton *button = m_buttons->button(index))
         button->setChecked(true);
 }

@@ -20,5 +20,5 @@ public:
     void setItemIndex(int index);
 
 private:
-    QButtonGroup *buttons;
+    QButtonGroup *m_buttons;
 };

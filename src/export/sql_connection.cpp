@@ -59,19 +59,19 @@ void TSQLConnection::Open()
     if (code != SQLITE_OK) {
         throw UserError(QStringLiteral("Не удалось открыть базу данных «%1»: %2").arg(file, reasonOf(code, database)));
     }
-    handle = std::move(opening);
+    m_handle = std::move(opening);
 }
 
 void TSQLConnection::Close()
 {
-    handle.reset();
+    m_handle.reset();
 }
 
 void TSQLConnection::ExecuteDirect(const QString &statement)
 {
-    if (!handle)
+    if (!m_handle)
         throw UserError(QStringLiteral("База данных не открыта"));
-    check(sqlite3_exec(handle.get(), statement.toUtf8().constData(), nullptr, nullptr, nullptr));
+    check(sqlite3_exec(m_handle.get(), statement.toUtf8().constData(), nullptr, nullptr, nullptr));
 }
 
 void TSQLConnection::check(int code) const
@@ -79,22 +79,22 @@ void TSQLConnection::check(int code) const
     if (code == SQLITE_OK || code == SQLITE_DONE || code == SQLITE_ROW)
         return;
     throw UserError(QStringLiteral("Ошибка базы данных «%1»: %2")
-                        .arg(Params.value(QStringLiteral("Database")), reasonOf(code, handle.get())));
+                        .arg(Params.value(QStringLiteral("Database")), reasonOf(code, m_handle.get())));
 }
 
 void TSQLQuery::setSQL(const QString &statement)
 {
-    text = statement;
-    parameters.clear();
+    m_text = statement;
+    m_parameters.clear();
     static const QRegularExpression name(QStringLiteral(":([A-Za-z_][A-Za-z_0-9]*)"));
     for (auto found = name.globalMatch(statement); found.hasNext();)
-        parameters.insert(found.next().captured(1), {});
+        m_parameters.insert(found.next().captured(1), {});
 }
 
 TSQLParam &TSQLQuery::ParamByName(const QString &name)
 {
-    const auto parameter = parameters.find(name);
-    if (parameter == parameters.end())
+    const auto parameter = m_parameters.find(name);
+    if (parameter == m_parameters.end())
         throw UserError(QStringLiteral("У запроса нет параметра «%1»").arg(name));
     return *parameter;
 }
@@ -102,35 +102,35 @@ TSQLParam &TSQLQuery::ParamByName(const QString &name)
 void TSQLQuery::ExecSQL(bool direct)
 {
     if (direct) {
-        connection.ExecuteDirect(text);
+        m_connection.ExecuteDirect(m_text);
         return;
     }
-    if (!connection.handle)
+    if (!m_connection.m_handle)
         throw UserError(QStringLiteral("База данных не открыта"));
     sqlite3_stmt *statement = nullptr;
-    connection.check(sqlite3_prepare16_v2(connection.handle.get(), text.utf16(), -1, &statement, nullptr));
+    m_connection.check(sqlite3_prepare16_v2(m_connection.m_handle.get(), m_text.utf16(), -1, &statement, nullptr));
     const std::unique_ptr<sqlite3_stmt, FinalizeStatement> prepared(statement);
     for (int index = 1; index <= sqlite3_bind_parameter_count(statement); ++index) {
         const char *name = sqlite3_bind_parameter_name(statement, index);
         bind(statement, index, ParamByName(QString::fromUtf8(name ? name + 1 : "")));
     }
-    connection.check(sqlite3_step(statement));
+    m_connection.check(sqlite3_step(statement));
 }
 
 /// Binds without copying: the parameter stays as it is until the statement ends.
 void TSQLQuery::bind(sqlite3_stmt *statement, int index, const TSQLParam &parameter) const
 {
     int code = SQLITE_OK;
-    if (const auto *number = std::get_if<double>(&parameter.value)) {
+    if (const auto *number = std::get_if<double>(&parameter.m_value)) {
         code = sqlite3_bind_double(statement, index, *number);
-    } else if (const auto *wide = std::get_if<QString>(&parameter.value)) {
+    } else if (const auto *wide = std::get_if<QString>(&parameter.m_value)) {
         code = sqlite3_bind_text64(statement, index, reinterpret_cast<const char *>(wide->utf16()),
                                    static_cast<sqlite3_uint64>(wide->size()) * sizeof(char16_t), SQLITE_STATIC,
                                    SQLITE_UTF16);
-    } else if (const auto *blob = std::get_if<std::string>(&parameter.value)) {
+    } else if (const auto *blob = std::get_if<std::string>(&parameter.m_value)) {
         code = sqlite3_bind_blob64(statement, index, blob->data(), blob->size(), SQLITE_STATIC);
     }
-    connection.check(code);
+    m_connection.check(code);
 }
 
 bool databaseIsInUse(const QString &file)

@@ -32,7 +32,7 @@ public:
     /// Closes the database, if one is open.
     void Close();
 
-    [[nodiscard]] bool Connected() const { return handle != nullptr; }
+    [[nodiscard]] bool Connected() const { return m_handle != nullptr; }
 
     /// Executes a statement that returns nothing of interest.
     void ExecuteDirect(const QString &statement);
@@ -47,29 +47,29 @@ private:
     /// Throws UserError if SQLite's code is that of an error.
     void check(int code) const;
 
-    std::unique_ptr<sqlite3, CloseHandle> handle;
+    std::unique_ptr<sqlite3, CloseHandle> m_handle;
 };
 
 /// The value of one parameter of a query; none (NULL) until it is set.
 class TSQLParam {
 public:
-    void setFloat(double number) { value = number; }
-    void setWideString(const QString &text) { value = text; }
+    void setFloat(double number) { m_value = number; }
+    void setWideString(const QString &text) { m_value = text; }
     /// Takes over `bytes`.
-    void setBlob(std::string bytes) { value = std::move(bytes); }
+    void setBlob(std::string bytes) { m_value = std::move(bytes); }
 
 private:
     friend class TSQLQuery;
 
-    std::variant<std::monostate, double, QString, std::string> value;
+    std::variant<std::monostate, double, QString, std::string> m_value;
 };
 
 /// One statement on a connection, which must outlive it.
 class TSQLQuery {
 public:
-    explicit TSQLQuery(TSQLConnection &onConnection) : connection(onConnection) {}
+    explicit TSQLQuery(TSQLConnection &onConnection) : m_connection(onConnection) {}
 
-    [[nodiscard]] const QString &SQL() const { return text; }
+    [[nodiscard]] const QString &SQL() const { return m_text; }
 
     /// Sets the statement and creates a parameter, without a value, for each name with a colon before it.
     void setSQL(const QString &statement);
@@ -83,9 +83,9 @@ public:
 private:
     void bind(sqlite3_stmt *statement, int index, const TSQLParam &parameter) const;
 
-    TSQLConnection &connection;
-    QString text;
-    QHash<QString, TSQLParam> parameters;
+    TSQLConnection &m_connection;
+    QString m_text;
+    QHash<QString, TSQLParam> m_parameters;
 };
 
 /// True if another connection, of any program, is using the database in `file` right now. A file that is no database

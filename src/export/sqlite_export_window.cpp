@@ -24,13 +24,13 @@ constexpr int buttonHeight = 27;
 /// Closes the connection at the end of its scope.
 class ConnectionCloser {
 public:
-    explicit ConnectionCloser(TSQLConnection &toClose) : connection(toClose) {}
-    ~ConnectionCloser() { connection.Close(); }
+    explicit ConnectionCloser(TSQLConnection &toClose) : m_connection(toClose) {}
+    ~ConnectionCloser() { m_connection.Close(); }
     ConnectionCloser(const ConnectionCloser &) = delete;
     ConnectionCloser &operator=(const ConnectionCloser &) = delete;
 
 private:
-    TSQLConnection &connection;
+    TSQLConnection &m_connection;
 };
 
 /// Opens the new database. What becomes of it when the machine fails in the middle is of no use anyway: it is flushed

@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <utility>
 
-GridCells::GridCells(int columnCount) : columns(columnCount), rows(fewestRows) {}
+GridCells::GridCells(int columnCount) : m_columns(columnCount), m_rows(fewestRows) {}
 
 void GridCells::setRowCount(int count)
 {
-    rows.resize(static_cast<std::size_t>(std::max(count, fewestRows)));
+    m_rows.resize(static_cast<std::size_t>(std::max(count, fewestRows)));
 }
 
 bool GridCells::holds(int column, int row) const
 {
-    return column >= 0 && column < columns && row >= 0 && row < RowCount();
+    return column >= 0 && column < m_columns && row >= 0 && row < RowCount();
 }
 
 const QString &GridCells::cell(int column, int row) const
@@ -20,7 +20,7 @@ const QString &GridCells::cell(int column, int row) const
     static const QString empty;
     if (!holds(column, row))
         return empty;
-    const Row &cells = rows[static_cast<std::size_t>(row)];
+    const Row &cells = m_rows[static_cast<std::size_t>(row)];
     if (column == 0)
         return cells.number;
     return cells.texts ? cells.texts[static_cast<std::size_t>(column - 1)] : empty;
@@ -38,7 +38,7 @@ void GridCells::setCell(int column, int row, const QString &text)
     if (!cells.texts) {
         if (text.isEmpty())
             return;
-        cells.texts = std::make_unique<QString[]>(static_cast<std::size_t>(columns - 1));
+        cells.texts = std::make_unique<QString[]>(static_cast<std::size_t>(m_columns - 1));
     }
     cells.texts[static_cast<std::size_t>(column - 1)] = text;
 }
@@ -53,7 +53,7 @@ void GridCells::deleteRow(int row)
     }
     for (int i = row; i < RowCount() - 1; ++i)
         at(i).texts = std::move(at(i + 1).texts);
-    rows.pop_back();
+    m_rows.pop_back();
 }
 
 void GridCells::arrangeRows(const std::vector<int> &from)
@@ -63,5 +63,5 @@ void GridCells::arrangeRows(const std::vector<int> &from)
     for (const int row : from)
         arranged.push_back(std::move(at(row).texts));
     for (std::size_t i = 0; i < arranged.size(); ++i)
-        rows[i + 1].texts = std::move(arranged[i]);
+        m_rows[i + 1].texts = std::move(arranged[i]);
 }

@@ -14,8 +14,8 @@ public:
     /// A grid of `columnCount` columns, column 0 included, with one blank data row.
     explicit GridCells(int columnCount);
 
-    [[nodiscard]] int ColCount() const { return columns; }
-    [[nodiscard]] int RowCount() const { return static_cast<int>(rows.size()); }
+    [[nodiscard]] int ColCount() const { return m_columns; }
+    [[nodiscard]] int RowCount() const { return static_cast<int>(m_rows.size()); }
 
     /// Rows that are taken away lose their texts, rows that are added are blank; never fewer than `fewestRows`.
     void setRowCount(int count);
@@ -42,8 +42,8 @@ private:
     };
 
     [[nodiscard]] bool holds(int column, int row) const;
-    [[nodiscard]] Row &at(int row) { return rows[static_cast<std::size_t>(row)]; }
+    [[nodiscard]] Row &at(int row) { return m_rows[static_cast<std::size_t>(row)]; }
 
-    int columns;
-    std::vector<Row> rows;
+    int m_columns;
+    std::vector<Row> m_rows;
 };

@@ -11,7 +11,7 @@ TListBox::TListBox(QWidget *parent) : QListWidget(parent)
     setUniformItemSizes(true);
     setTextElideMode(Qt::ElideRight);
     connect(this, &QListWidget::itemClicked, this, [this] {
-        if (!changedSincePress)
+        if (!m_changedSincePress)
             Q_EMIT Click();
     });
 }
@@ -23,7 +23,7 @@ void TListBox::setItems(const QStringList &items)
         russian.setCaseSensitivity(Qt::CaseInsensitive);
         return russian;
     }();
-    const QScopedValueRollback<bool> program(byProgram, true);
+    const QScopedValueRollback<bool> program(m_byProgram, true);
     QStringList sorted = items;
     std::stable_sort(sorted.begin(), sorted.end(), collator);
     clear();
@@ -43,7 +43,7 @@ int TListBox::ItemIndex() const
 
 void TListBox::setItemIndex(int index)
 {
-    const QScopedValueRollback<bool> program(byProgram, true);
+    const QScopedValueRollback<bool> program(m_byProgram, true);
     clearSelection();
     setCurrentRow(index);
 }
@@ -67,7 +67,7 @@ bool TListBox::choose(const QString &text)
 
 void TListBox::mousePressEvent(QMouseEvent *event)
 {
-    changedSincePress = false;
+    m_changedSincePress = false;
     QListWidget::mousePressEvent(event);
 }
 
@@ -85,7 +85,7 @@ void TListBox::keyPressEvent(QKeyEvent *event)
 void TListBox::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QListWidget::selectionChanged(selected, deselected);
-    changedSincePress = true;
-    if (!byProgram)
+    m_changedSincePress = true;
+    if (!m_byProgram)
         Q_EMIT Click();
 }

@@ -38,6 +38,6 @@ protected:
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
 
 private:
-    bool byProgram = false;
-    bool changedSincePress = false;
+    bool m_byProgram = false;
+    bool m_changedSincePress = false;
 };

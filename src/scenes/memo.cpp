@@ -7,7 +7,7 @@
 
 void TMemo::setText(const QString &text)
 {
-    lines = linesOf(text);
+    m_lines = linesOf(text);
 }
 
 void TMemo::pasteOverAll()

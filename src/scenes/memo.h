@@ -7,13 +7,13 @@ class TMemo {
 public:
     /// Lines end in CR LF, LF or CR.
     void setText(const QString &text);
-    void setLines(const QStringList &newLines) { lines = newLines; }
+    void setLines(const QStringList &newLines) { m_lines = newLines; }
 
     /// Replaces the whole text by the clipboard's; a clipboard without text leaves it as it is.
     void pasteOverAll();
 
-    [[nodiscard]] const QStringList &Lines() const { return lines; }
+    [[nodiscard]] const QStringList &Lines() const { return m_lines; }
 
 private:
-    QStringList lines;
+    QStringList m_lines;
 };

@@ -79,7 +79,7 @@ TForm2::TForm2(QWidget *owner, const QStringList &typeList)
     : QDialog(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint
                          | Qt::MSWindowsFixedSizeDialogHint),
       beep(warningBeep), openAddress([](const QString &address) { shellOpen(address.toStdString()); }),
-      afterDoubleClick(new QTimer(this))
+      m_afterDoubleClick(new QTimer(this))
 {
     setWindowTitle(QStringLiteral("Параметры сцены"));
     setObjectName(QStringLiteral("Form2"));
@@ -88,8 +88,8 @@ TForm2::TForm2(QWidget *owner, const QStringList &typeList)
     buildLayout();
     setFixedSize(clientSize);
 
-    afterDoubleClick->setSingleShot(true);
-    connect(afterDoubleClick, &QTimer::timeout, this, &TForm2::bringUp);
+    m_afterDoubleClick->setSingleShot(true);
+    connect(m_afterDoubleClick, &QTimer::timeout, this, &TForm2::bringUp);
 
     Memo1.setLines(typeList);
     ListBox1->setItems(typesIn(typeList));
@@ -391,7 +391,7 @@ void TForm2::bringUp()
 
 void TForm2::present()
 {
-    afterDoubleClick->stop();
+    m_afterDoubleClick->stop();
     show();
     raise();
     activateWindow();
@@ -419,7 +419,7 @@ void TForm2::bringUpBeside(QPoint pointer)
     const bool placeable = !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
     const std::optional<QRect> place = placedClearOf(keepClear, frame, screenOfOwner());
     if (!placeable || !place) {
-        afterDoubleClick->start(QApplication::doubleClickInterval());
+        m_afterDoubleClick->start(QApplication::doubleClickInterval());
         return;
     }
     move(place->topLeft());

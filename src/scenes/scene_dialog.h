@@ -90,7 +90,7 @@ private:
     void present();
     void focusFirst();
 
-    QTimer *afterDoubleClick;
+    QTimer *m_afterDoubleClick;
 };
 
 extern TForm2 *Form2;

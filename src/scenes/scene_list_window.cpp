@@ -113,12 +113,12 @@ void TForm3::buildMenus()
     N12 = command(PopupMenu2, "N12", QStringLiteral("Очистить таблицу"), "clear-table", &TForm3::N12Click);
 
     // A list longer than its window has no place without a row under the pointer, so the rows offer everything.
-    rowMenu = new QMenu(this);
-    rowMenu->addActions(PopupMenu1->actions());
-    rowMenu->addSeparator();
-    rowMenu->addActions(PopupMenu2->actions());
+    m_rowMenu = new QMenu(this);
+    m_rowMenu->addActions(PopupMenu1->actions());
+    m_rowMenu->addSeparator();
+    m_rowMenu->addActions(PopupMenu2->actions());
     connect(StringGrid1, &TStringGrid::ContextPopup, this,
-            [this](const QPoint &position, bool onRow) { (onRow ? rowMenu : PopupMenu1)->popup(position); });
+            [this](const QPoint &position, bool onRow) { (onRow ? m_rowMenu : PopupMenu1)->popup(position); });
 }
 
 void TForm3::contextMenuEvent(QContextMenuEvent *event)

@@ -67,7 +67,7 @@ protected:
 private:
     void buildMenus();
 
-    QMenu *rowMenu;
+    QMenu *m_rowMenu;
 };
 
 extern TForm3 *Form3;

@@ -86,24 +86,24 @@ void TXMLsceneType::read(QXmlStreamReader &reader)
             continue;
         }
         seen.set(field);
-        if (!readText(reader, texts[field]))
-            nested = static_cast<std::uint16_t>(nested | (1u << field));
+        if (!readText(reader, m_texts[field]))
+            m_nested = static_cast<std::uint16_t>(m_nested | (1u << field));
     }
 }
 
 QString TXMLsceneType::text(std::size_t field) const
 {
-    if ((nested & (1u << field)) != 0) {
+    if ((m_nested & (1u << field)) != 0) {
         throw UserError(QStringLiteral("элемент «%1» содержит не текст, а вложенные элементы")
                             .arg(QLatin1String(sceneElements[field])));
     }
-    return texts[field];
+    return m_texts[field];
 }
 
 void TXMLsceneType::setText(std::size_t field, const QString &value)
 {
-    texts[field] = value;
-    nested = static_cast<std::uint16_t>(nested & ~(1u << field));
+    m_texts[field] = value;
+    m_nested = static_cast<std::uint16_t>(m_nested & ~(1u << field));
 }
 
 void TXMLscenesType::read(QXmlStreamReader &reader)
@@ -118,7 +118,7 @@ void TXMLscenesType::read(QXmlStreamReader &reader)
 
 void TXMLDocument::LoadFromFile(const QString &fileName)
 {
-    root.reset();
+    m_root.reset();
     std::string bytes;
     if (const std::error_code error = readWholeFile(fileName.toStdU16String(), bytes))
         throwUnreadable(fileName, errorReason(error));
@@ -127,7 +127,7 @@ void TXMLDocument::LoadFromFile(const QString &fileName)
 
 void TXMLDocument::LoadFromXML(const QByteArray &xml, const QString &fileName)
 {
-    root.reset();
+    m_root.reset();
     // Through a device the text is decoded piece by piece.
     QBuffer buffer;
     buffer.setData(xml);
@@ -150,12 +150,12 @@ void TXMLDocument::LoadFromXML(const QByteArray &xml, const QString &fileName)
         }
         throwUnreadable(fileName, reason);
     }
-    root = std::move(scenes);
+    m_root = std::move(scenes);
 }
 
 std::shared_ptr<IXMLscenesType> Getscenes(const TXMLDocument &document)
 {
-    return document.root;
+    return document.m_root;
 }
 
 std::shared_ptr<IXMLscenesType> Loadscenes(const QString &fileName)

@@ -57,9 +57,9 @@ private:
     [[nodiscard]] QString text(std::size_t field) const;
     void setText(std::size_t field, const QString &value);
 
-    std::array<QString, sceneElements.size()> texts;
+    std::array<QString, sceneElements.size()> m_texts;
     /// One bit a field.
-    std::uint16_t nested = 0;
+    std::uint16_t m_nested = 0;
 };
 
 using IXMLsceneType = TXMLsceneType;
@@ -67,20 +67,20 @@ using IXMLsceneType = TXMLsceneType;
 /// The root element "scenes": its children named "scene".
 class TXMLscenesType {
 public:
-    [[nodiscard]] int Get_Count() const { return static_cast<int>(scenes.size()); }
+    [[nodiscard]] int Get_Count() const { return static_cast<int>(m_scenes.size()); }
 
     /// The scene at `index`, counted from 0; it must exist.
-    [[nodiscard]] IXMLsceneType &Get_scene(int index) { return scenes[static_cast<std::size_t>(index)]; }
+    [[nodiscard]] IXMLsceneType &Get_scene(int index) { return m_scenes[static_cast<std::size_t>(index)]; }
 
     /// Adds an empty scene at the end, or at `index`, 0 .. count. What was returned for other scenes before is void.
-    IXMLsceneType &Add() { return scenes.emplace_back(); }
-    IXMLsceneType &Insert(int index) { return *scenes.emplace(scenes.begin() + index); }
+    IXMLsceneType &Add() { return m_scenes.emplace_back(); }
+    IXMLsceneType &Insert(int index) { return *m_scenes.emplace(m_scenes.begin() + index); }
 
     /// Reads the element that `reader` has just entered, up to its end.
     void read(QXmlStreamReader &reader);
 
 private:
-    std::deque<TXMLsceneType> scenes;
+    std::deque<TXMLsceneType> m_scenes;
 };
 
 using IXMLscenesType = TXMLscenesType;
@@ -97,12 +97,12 @@ public:
     /// Loads the content of a file; `fileName` is for messages only.
     void LoadFromXML(const QByteArray &xml, const QString &fileName);
 
-    [[nodiscard]] bool Active() const { return root != nullptr; }
+    [[nodiscard]] bool Active() const { return m_root != nullptr; }
 
 private:
     friend std::shared_ptr<IXMLscenesType> Getscenes(const TXMLDocument &document);
 
-    std::shared_ptr<IXMLscenesType> root;
+    std::shared_ptr<IXMLscenesType> m_root;
 };
 
 /// The document's root, shared with the document; null if it holds nothing.

@@ -27,7 +27,7 @@ QColor blended(const QColor &over, const QColor &under, qreal share)
 /// Draws each cell as one line of text and the current row on a tint of the selection's colour.
 class CellDelegate : public QStyledItemDelegate {
 public:
-    explicit CellDelegate(TStringGrid *grid) : QStyledItemDelegate(grid), view(grid) {}
+    explicit CellDelegate(TStringGrid *grid) : QStyledItemDelegate(grid), m_view(grid) {}
 
     QString displayText(const QVariant &value, const QLocale &) const override
     {
@@ -46,7 +46,7 @@ protected:
     {
         QStyledItemDelegate::initStyleOption(option, index);
         constexpr qreal tint = 0.4;
-        if (index.row() + 1 == view->Row() && !option->state.testFlag(QStyle::State_Selected)) {
+        if (index.row() + 1 == m_view->Row() && !option->state.testFlag(QStyle::State_Selected)) {
             const QPalette &palette = option->palette;
             option->backgroundBrush = blended(palette.color(QPalette::Active, QPalette::Highlight),
                                               palette.color(QPalette::Active, QPalette::Base), tint);
@@ -54,7 +54,7 @@ protected:
     }
 
 private:
-    TStringGrid *view;
+    TStringGrid *m_view;
 };
 
 } // namespace
@@ -63,22 +63,22 @@ private:
 class StringGridModel : public QAbstractTableModel {
 public:
     StringGridModel(const GridCells &gridCells, QObject *parent)
-        : QAbstractTableModel(parent), cells(gridCells), shownRows(dataRows())
+        : QAbstractTableModel(parent), m_cells(gridCells), m_shownRows(dataRows())
     {
     }
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override
     {
-        return parent.isValid() ? 0 : shownRows;
+        return parent.isValid() ? 0 : m_shownRows;
     }
     [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override
     {
-        return parent.isValid() ? 0 : cells.ColCount() - 1;
+        return parent.isValid() ? 0 : m_cells.ColCount() - 1;
     }
 
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override
     {
-        return role == Qt::DisplayRole ? cells.cell(index.column() + 1, index.row() + 1) : QVariant();
+        return role == Qt::DisplayRole ? m_cells.cell(index.column() + 1, index.row() + 1) : QVariant();
     }
 
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override
@@ -88,20 +88,20 @@ public:
             return QVariant::fromValue(Qt::AlignVCenter | (number ? Qt::AlignHCenter : Qt::AlignLeft));
         if (role != Qt::DisplayRole)
             return {};
-        return number ? cells.cell(0, section + 1) : cells.cell(section + 1, 0);
+        return number ? m_cells.cell(0, section + 1) : m_cells.cell(section + 1, 0);
     }
 
     /// Tells the view what has become of the cells as a whole.
     void showAll()
     {
         const int rows = dataRows();
-        if (rows > shownRows) {
-            beginInsertRows({}, shownRows, rows - 1);
-            shownRows = rows;
+        if (rows > m_shownRows) {
+            beginInsertRows({}, m_shownRows, rows - 1);
+            m_shownRows = rows;
             endInsertRows();
-        } else if (rows < shownRows) {
-            beginRemoveRows({}, rows, shownRows - 1);
-            shownRows = rows;
+        } else if (rows < m_shownRows) {
+            beginRemoveRows({}, rows, m_shownRows - 1);
+            m_shownRows = rows;
             endRemoveRows();
         }
         Q_EMIT dataChanged(index(0, 0), index(rows - 1, columnCount() - 1));
@@ -120,17 +120,17 @@ public:
     }
 
 private:
-    [[nodiscard]] int dataRows() const { return cells.RowCount() - 1; }
+    [[nodiscard]] int dataRows() const { return m_cells.RowCount() - 1; }
 
-    const GridCells &cells;
-    int shownRows;
+    const GridCells &m_cells;
+    int m_shownRows;
 };
 
 TStringGrid::TStringGrid(int columnCount, QWidget *parent)
-    : QTableView(parent), texts(columnCount), gridModel(new StringGridModel(texts, this)),
-      corner(findChild<QAbstractButton *>(QString(), Qt::FindDirectChildrenOnly)), numberWidth(0)
+    : QTableView(parent), m_texts(columnCount), m_gridModel(new StringGridModel(m_texts, this)),
+      m_corner(findChild<QAbstractButton *>(QString(), Qt::FindDirectChildrenOnly)), m_numberWidth(0)
 {
-    setModel(gridModel);
+    setModel(m_gridModel);
     setItemDelegate(new CellDelegate(this));
     setEditTriggers(NoEditTriggers);
     setSelectionMode(ContiguousSelection);
@@ -152,7 +152,7 @@ TStringGrid::TStringGrid(int columnCount, QWidget *parent)
     headers->setHighlightSections(false);
 
     setCornerButtonEnabled(false);
-    corner->installEventFilter(this);
+    m_corner->installEventFilter(this);
     fitHeaders();
     setRow(1);
 }
@@ -166,11 +166,11 @@ void TStringGrid::change(const std::function<void(GridCells &)> &operation)
         ~Shown()
         {
             grid.fitHeaders();
-            grid.gridModel->showAll();
+            grid.m_gridModel->showAll();
         }
     };
     const Shown shown{*this};
-    operation(texts);
+    operation(m_texts);
 }
 
 void TStringGrid::setRowCount(int count)
@@ -186,16 +186,16 @@ int TStringGrid::Row() const
 void TStringGrid::setRow(int row)
 {
     const int nearest = std::clamp(row, 1, RowCount() - 1);
-    setCurrentIndex(gridModel->index(nearest - 1, std::max(currentIndex().column(), 0)));
+    setCurrentIndex(m_gridModel->index(nearest - 1, std::max(currentIndex().column(), 0)));
 }
 
 void TStringGrid::setCell(int column, int row, const QString &text)
 {
-    texts.setCell(column, row, text);
+    m_texts.setCell(column, row, text);
     if (column == 0 && row == 0)
-        corner->update();
+        m_corner->update();
     else
-        gridModel->showCell(column, row);
+        m_gridModel->showCell(column, row);
 }
 
 void TStringGrid::setColWidth(int column, int width)
@@ -204,7 +204,7 @@ void TStringGrid::setColWidth(int column, int width)
         setColumnWidth(column - 1, width);
         return;
     }
-    numberWidth = width;
+    m_numberWidth = width;
     fitHeaders();
 }
 
@@ -212,7 +212,7 @@ void TStringGrid::showRow(int row)
 {
     // Rows that have just been added count for the scroll bars only after this.
     updateGeometries();
-    scrollTo(gridModel->index(row - 1, std::max(columnAt(0), 0)));
+    scrollTo(m_gridModel->index(row - 1, std::max(columnAt(0), 0)));
 }
 
 void TStringGrid::fitHeaders()
@@ -222,7 +222,7 @@ void TStringGrid::fitHeaders()
     // The width asked for is enough for a few thousand rows.
     const int margin = 2 * style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, verticalHeader());
     const int needed = fontMetrics().horizontalAdvance(QString::number(RowCount() - 1)) + 2 * margin;
-    verticalHeader()->setFixedWidth(std::max(numberWidth, needed));
+    verticalHeader()->setFixedWidth(std::max(m_numberWidth, needed));
 }
 
 void TStringGrid::keyboardSearch(const QString &)
@@ -250,10 +250,10 @@ void TStringGrid::mouseDoubleClickEvent(QMouseEvent *event)
 
 void TStringGrid::takePress(int row, const QMouseEvent &event)
 {
-    pressedRow.reset();
+    m_pressedRow.reset();
     if (row > 0 && event.button() == Qt::LeftButton && event.modifiers() == Qt::NoModifier) {
-        pressedRow = row;
-        pressedAt = event.globalPosition().toPoint();
+        m_pressedRow = row;
+        m_pressedAt = event.globalPosition().toPoint();
     }
 }
 
@@ -263,12 +263,12 @@ void TStringGrid::takeRelease(int row, const QMouseEvent &event)
         return;
     const QPoint position = event.globalPosition().toPoint();
     // A drag selects a range of cells and opens nothing.
-    const bool stayed = (position - pressedAt).manhattanLength() < QApplication::startDragDistance();
-    if (std::exchange(pressedRow, std::nullopt) != row || !stayed)
+    const bool stayed = (position - m_pressedAt).manhattanLength() < QApplication::startDragDistance();
+    if (std::exchange(m_pressedRow, std::nullopt) != row || !stayed)
         return;
-    clickedAt = position;
+    m_clickedAt = position;
     Q_EMIT Click();
-    clickedAt.reset();
+    m_clickedAt.reset();
 }
 
 void TStringGrid::takeDoubleClick(int row, const QMouseEvent &event)
@@ -319,8 +319,8 @@ void TStringGrid::changeEvent(QEvent *event)
 
 bool TStringGrid::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == corner && event->type() == QEvent::Paint) {
-        paintCorner(corner);
+    if (watched == m_corner && event->type() == QEvent::Paint) {
+        paintCorner(m_corner);
         return true;
     }
     if (watched == verticalHeader()->viewport())

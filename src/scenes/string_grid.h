@@ -38,7 +38,7 @@ public:
     /// In logical pixels.
     void setColWidth(int column, int width);
 
-    [[nodiscard]] const GridCells &cells() const { return texts; }
+    [[nodiscard]] const GridCells &cells() const { return m_texts; }
 
     /// Runs `operation` on the cells and shows what has become of them as one change, however many cells that
     /// touches. If it throws, what it had changed until then is shown and the exception goes on.
@@ -48,7 +48,7 @@ public:
     void showRow(int row);
 
     /// While `Click` is emitted for the mouse: where on the screen it clicked. None for the Enter key.
-    [[nodiscard]] std::optional<QPoint> clickPosition() const { return clickedAt; }
+    [[nodiscard]] std::optional<QPoint> clickPosition() const { return m_clickedAt; }
 
     void keyboardSearch(const QString &search) override;
 
@@ -78,13 +78,13 @@ private:
     void paintCorner(QWidget *corner);
     void fitHeaders();
 
-    GridCells texts;
-    StringGridModel *gridModel;
-    QWidget *corner;
-    int numberWidth;
+    GridCells m_texts;
+    StringGridModel *m_gridModel;
+    QWidget *m_corner;
+    int m_numberWidth;
 
     /// The row and the place of a press that may become a click.
-    std::optional<int> pressedRow;
-    QPoint pressedAt;
-    std::optional<QPoint> clickedAt;
+    std::optional<int> m_pressedRow;
+    QPoint m_pressedAt;
+    std::optional<QPoint> m_clickedAt;
 };

@@ -2,6 +2,7 @@
 
 #include "films/film_maker.h"
 #include "player/scene_marking.h"
+#include "random_seed.h"
 #include "util/media_time.h"
 #include "util/numbers.h"
 
@@ -54,9 +55,7 @@ void ExactnessTest::init()
     m_player->openPaused(makeFilm(*m_film));
     QVERIFY(OPENED);
     QCOMPARE(m_player->shownNumber(), 0);
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    m_random.seed(seed);
+    m_random.seed(randomSeed());
 }
 
 void ExactnessTest::everyStepShowsTheNeighbour()

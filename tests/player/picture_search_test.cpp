@@ -1,4 +1,5 @@
 #include "player/mpv/picture_search.h"
+#include "random_seed.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -100,12 +101,7 @@ class PictureSearchTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        qInfo("seed %u", seed);
-        m_random.seed(seed);
-    }
+    void initTestCase() { m_random.seed(randomSeed()); }
     void everySearchEndsOnTheRightPicture_data();
     void everySearchEndsOnTheRightPicture();
     void theNeighbourCostsOneCommand();

@@ -2,6 +2,7 @@
 // process of its own, and fails where the reader itself does: a crash, a sanitizer's report, a read that is not
 // answered, a film that takes too long. A film that made it fail is kept in the current folder.
 
+#include "random_seed.h"
 #include "reader_films.h"
 
 #include <QFile>
@@ -124,7 +125,7 @@ int main(int count, char **arguments)
 {
     const int films = count > 1 ? std::atoi(arguments[1]) : 0;
     const auto firstSeed = count > 2 ? static_cast<quint32>(std::strtoul(arguments[2], nullptr, 10))
-                                     : QRandomGenerator::global()->generate();
+                                     : randomSeed();
     av_log_set_level(AV_LOG_QUIET);
     const Films originals = smallFilms();
     std::printf("%d mutations of %zu films, seed %u\n", films, originals.size(), firstSeed);

@@ -1,6 +1,7 @@
 #include "reader_films.h"
 
 #include "films/film_witness.h"
+#include "random_seed.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -68,9 +69,7 @@ void HardFilmsTest::damagedStretch()
     QFETCH(const QString, name);
     const QString whole = readerFilm(name);
     QByteArray bytes = contentOf(whole);
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    QRandomGenerator random(seed);
+    QRandomGenerator random(randomSeed());
     for (qsizetype at = bytes.size() * 45 / 100; at < bytes.size() * 55 / 100; ++at)
         bytes[at] = static_cast<char>(random.generate());
     const auto film = filmOf(bytes);

@@ -23,39 +23,39 @@ std::error_code lastError()
 
 class FileDescriptor {
 public:
-    explicit FileDescriptor(int number) : descriptor(number) {}
+    explicit FileDescriptor(int number) : m_descriptor(number) {}
     ~FileDescriptor() { (void)close(); }
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
 
-    [[nodiscard]] bool isOpen() const { return descriptor >= 0; }
-    [[nodiscard]] int number() const { return descriptor; }
+    [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
+    [[nodiscard]] int number() const { return m_descriptor; }
 
     /// Some file systems report a failed write only here.
-    [[nodiscard]] int close() { return isOpen() ? ::close(std::exchange(descriptor, -1)) : 0; }
+    [[nodiscard]] int close() { return isOpen() ? ::close(std::exchange(m_descriptor, -1)) : 0; }
 
 private:
-    int descriptor;
+    int m_descriptor;
 };
 
 /// Removes the file it names unless it has been told to keep it.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(std::filesystem::path path) : file(std::move(path)) {}
+    explicit UnfinishedFile(std::filesystem::path path) : m_file(std::move(path)) {}
     ~UnfinishedFile()
     {
-        if (!kept)
-            ::unlink(file.c_str());
+        if (!m_kept)
+            ::unlink(m_file.c_str());
     }
     UnfinishedFile(const UnfinishedFile &) = delete;
     UnfinishedFile &operator=(const UnfinishedFile &) = delete;
 
-    [[nodiscard]] const std::filesystem::path &path() const { return file; }
-    void keep() { kept = true; }
+    [[nodiscard]] const std::filesystem::path &path() const { return m_file; }
+    void keep() { m_kept = true; }
 
 private:
-    std::filesystem::path file;
-    bool kept = false;
+    std::filesystem::path m_file;
+    bool m_kept = false;
 };
 
 std::error_code refusalOf(const struct stat &status)
@@ -103,27 +103,27 @@ void flushFolder(const std::filesystem::path &folder)
 class PosixReplacement final : public FileReplacement {
 public:
     PosixReplacement(int number, const std::filesystem::path &name, std::filesystem::path file)
-        : descriptor(number), unfinished(name), target(std::move(file))
+        : m_descriptor(number), m_unfinished(name), m_target(std::move(file))
     {
     }
 
-    std::error_code write(std::string_view bytes) override { return writeAll(descriptor, bytes); }
+    std::error_code write(std::string_view bytes) override { return writeAll(m_descriptor, bytes); }
 
     std::error_code commit() override
     {
-        if (const std::error_code error = flush(descriptor))
+        if (const std::error_code error = flush(m_descriptor))
             return error;
-        if (descriptor.close() != 0 || std::rename(unfinished.path().c_str(), target.c_str()) != 0)
+        if (m_descriptor.close() != 0 || std::rename(m_unfinished.path().c_str(), m_target.c_str()) != 0)
             return lastError();
-        unfinished.keep();
-        flushFolder(folderOf(target));
+        m_unfinished.keep();
+        flushFolder(folderOf(m_target));
         return {};
     }
 
 private:
-    FileDescriptor descriptor;
-    UnfinishedFile unfinished;
-    std::filesystem::path target;
+    FileDescriptor m_descriptor;
+    UnfinishedFile m_unfinished;
+    std::filesystem::path m_target;
 };
 
 } // namespace
