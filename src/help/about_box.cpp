@@ -24,11 +24,26 @@ constexpr int textWidth = 164;
 constexpr int wideLeft = 12;
 constexpr int wideWidth = 261;
 constexpr int lineHeight = 18;
+/// At either end of a link, for the frame that shows the keyboard's focus.
+constexpr int linkMargin = 4;
 
 constexpr TImage *TAboutBox::*images[] = {
     &TAboutBox::Image1, &TAboutBox::Image2, &TAboutBox::Image3, &TAboutBox::Image4, &TAboutBox::Image5,
     &TAboutBox::Image6, &TAboutBox::Image7, &TAboutBox::Image8, &TAboutBox::Image9,
 };
+
+/// A button that looks like a link; keys and screen readers find it a button all the same.
+void makeLink(QPushButton &button)
+{
+    button.setFlat(true);
+    button.setCursor(Qt::PointingHandCursor);
+    QFont underlined = button.font();
+    underlined.setUnderline(true);
+    button.setFont(underlined);
+    QPalette palette = button.palette();
+    palette.setColor(QPalette::ButtonText, palette.color(QPalette::Link));
+    button.setPalette(palette);
+}
 
 } // namespace
 
@@ -92,12 +107,13 @@ void TAboutBox::buildPanel()
     Label3 = line("Label3", QStringLiteral("\"Ларец\""), {textLeft, 96, textWidth, lineHeight});
     Copyright = line("Copyright", QStringLiteral("© Авторы «Таврина». Лицензия: GNU GPL 3"),
                      {wideLeft, 132, wideWidth, lineHeight});
-    Comments = new TLinkLabel(productPageAddress(), Panel1);
+    Comments = new QPushButton(productPageAddress(), Panel1);
     Comments->setObjectName(QStringLiteral("Comments"));
+    makeLink(*Comments);
     // No wider than its text: beside it there is nothing to press.
-    Comments->move(wideLeft, 154);
-    Comments->resize(qMin(Comments->sizeHint().width(), wideWidth), lineHeight);
-    connect(Comments, &TLinkLabel::Click, this, &TAboutBox::CommentsClick);
+    const int textLength = Comments->fontMetrics().horizontalAdvance(Comments->text());
+    Comments->setGeometry(wideLeft - linkMargin, 154, textLength + 2 * linkMargin, lineHeight);
+    connect(Comments, &QPushButton::clicked, this, &TAboutBox::CommentsClick);
 }
 
 void TAboutBox::showEvent(QShowEvent *event)

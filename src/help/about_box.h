@@ -1,7 +1,6 @@
 #pragma once
 
 #include "help/figure.h"
-#include "help/link_label.h"
 #include "help/picture.h"
 
 #include <QDialog>
@@ -25,7 +24,7 @@ public:
     QLabel *ProductName = nullptr;
     QLabel *Version = nullptr;
     QLabel *Copyright = nullptr;
-    TLinkLabel *Comments = nullptr;
+    QPushButton *Comments = nullptr;
     QLabel *Label2 = nullptr;
     QLabel *Label3 = nullptr;
     TImage *Image1 = nullptr;

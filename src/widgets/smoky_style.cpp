@@ -604,6 +604,9 @@ void SmokyStyle::drawControl(ControlElement element, const QStyleOption *option,
             QStyleOptionButton label(*button);
             label.rect = subElementRect(SE_PushButtonContents, option, widget);
             drawControl(CE_PushButtonLabel, &label, painter, widget);
+            const bool hasFace = !(button->features & QStyleOptionButton::Flat);
+            if (!hasFace && button->state & State_HasFocus)
+                drawPrimitive(PE_FrameFocusRect, option, painter, widget);
         }
         return;
     case CE_ProgressBarGroove: {
