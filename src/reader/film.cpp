@@ -22,7 +22,7 @@ std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &int
     if (!finder || interrupted())
         return nullptr;
 
-    const FilmFile &opened = finder->file();
+    const FilmFile &opened = finder->film();
     const AVFrame *first = finder->firstPicture();
     const int width = first != nullptr ? first->width : opened.parameters().width;
     const int height = first != nullptr ? first->height : opened.parameters().height;
@@ -33,9 +33,9 @@ std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &int
 }
 
 Film::Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry)
-    : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry), m_frameRate(m_finder->file().frameRate()),
-      m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->file().stream().time_base))),
-      m_frameCount(m_finder->file().pictureCount()), m_pattern(av_q2d(m_frameRate))
+    : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry), m_frameRate(m_finder->film().frameRate()),
+      m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->film().stream().time_base))),
+      m_frameCount(m_finder->film().pictureCount()), m_pattern(av_q2d(m_frameRate))
 {
 }
 

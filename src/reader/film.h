@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reader/interruption.h"
+#include "film/interruption.h"
 #include "reader/picture_finder.h"
 #include "reader/picture_painter.h"
 #include "reader/read_pattern.h"

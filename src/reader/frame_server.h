@@ -1,8 +1,8 @@
 #pragma once
 
+#include "film/interruption.h"
 #include "reader/command.h"
 #include "reader/film.h"
-#include "reader/interruption.h"
 #include "reader/server_blocks.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reader/ffmpeg_handle.h"
+#include "film/ffmpeg_handle.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "reader/film_file.h"
+#include "film/film_file.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reader/ffmpeg_handle.h"
+#include "film/ffmpeg_handle.h"
 
 /// Tells by a packet's content what decoding it is good for.
 class PacketKinds {

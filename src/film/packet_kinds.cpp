@@ -1,4 +1,4 @@
-#include "reader/packet_kinds.h"
+#include "film/packet_kinds.h"
 
 #include <algorithm>
 #include <cstdint>

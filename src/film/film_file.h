@@ -1,8 +1,8 @@
 #pragma once
 
-#include "reader/ffmpeg_handle.h"
-#include "reader/interruption.h"
-#include "reader/presentation_order.h"
+#include "film/ffmpeg_handle.h"
+#include "film/interruption.h"
+#include "film/presentation_order.h"
 
 #include <cstdint>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "reader/presentation_order.h"
+#include "film/presentation_order.h"
 
 #include <algorithm>
 #include <numeric>
