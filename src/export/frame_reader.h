@@ -1,21 +1,22 @@
 #pragma once
 
 #include "platform/process.h"
-#include "platform/shared_objects.h"
+#include "protocol/blocks.h"
+#include "protocol/command.h"
+#include "protocol/opened_film.h"
+#include "protocol/program_side.h"
 
-#include <QByteArray>
-#include <QList>
 #include <QString>
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
-/// The program's side of the frame reader, a process of its own that decodes the frames of a film and hands them over
-/// through shared memory: one text command at a time, answered by its echo (util/frame_protocol.h). The operations
-/// block the calling thread until their answer is there or their patience is over.
+/// The program's side of the frame reader, a process of its own that decodes the pictures of a film and hands them over
+/// through shared memory: one text command at a time, answered by its echo (protocol/). The operations block the
+/// calling thread until their answer is there or their patience is over.
 ///
 /// No operation waits for a reader that could not be started or whose process has ended: what would have to send it a
 /// command throws UserError, except for `Close` and `Exit`, which have nothing to do then. `Run` starts a new one. A
@@ -51,32 +52,32 @@ public:
     /// Tells the reader a time-out; true if it answered.
     bool TimeOut(std::int32_t n);
 
-    /// Has every read deliver `n` frames, 1 .. 20; nothing happens for any other number. Waits without limit for the
-    /// reader's answers. Throws UserError if the frames are too large or cannot be reached.
+    /// Has every read deliver `n` pictures, 1 .. 20; nothing happens for any other number. Waits without limit for the
+    /// reader's answers. Throws UserError if the pictures are too large or cannot be reached.
     void SetFramesBuf(std::int32_t n);
 
-    /// Opens a film; false, and the error text longer, if the reader has not answered within some three seconds. Else
-    /// waits without limit for the frames' block. Throws UserError if the reader tells an impossible picture size or
-    /// its frames cannot be reached; the film is open in the reader then.
+    /// Opens a film; false, and the error text longer, if the reader has not told all that is to be known of it within
+    /// some three seconds. Else waits without limit for the pictures' block. Throws UserError if the reader tells an
+    /// impossible picture size or its pictures cannot be reached; the film is open in the reader then.
     [[nodiscard]] bool Open(const QString &path);
 
     /// Closes the film. True if the reader answered.
     bool Close();
 
-    /// Sets the index of the next frame to read.
+    /// Sets the index of the next picture to read.
     void Seek(std::int64_t frameIndex) { m_position = frameIndex; }
 
-    /// Has the reader deliver the frames from the position on, which then moves behind them; false, and the position
+    /// Has the reader deliver the pictures from the position on, which then moves behind them; false, and the position
     /// what it was, if no answer came within some six seconds.
     bool Read();
 
-    /// Requests the frames from the position on, does not wait for them, and moves the position behind them; true.
+    /// Requests the pictures from the position on, does not wait for them, and moves the position behind them; true.
     bool ReadAsync();
 
-    /// Copies the delivered frames into the local buffer; true. Throws UserError if they cannot be reached.
+    /// Copies the delivered pictures into the local buffer; true. Throws UserError if they cannot be reached.
     bool GetData();
 
-    /// Makes the local buffer as large as the frames of one read.
+    /// Makes the local buffer as large as the pictures of one read.
     void ResizeVideoBuf();
 
     /// Tells the reader to end and lets go of the shared blocks; true.
@@ -90,33 +91,32 @@ public:
     /// Grows with every film that could not be opened.
     [[nodiscard]] const QString &errorText() const { return m_errorText; }
     [[nodiscard]] std::int32_t framesPerBuffer() const { return m_framesPerBuffer; }
-    /// Of the opened film: pixels, frames per second, frames. 0 before the first one.
-    [[nodiscard]] std::int32_t width() const { return m_width; }
-    [[nodiscard]] std::int32_t height() const { return m_height; }
-    [[nodiscard]] double frameRate() const { return m_frameRate; }
-    [[nodiscard]] std::int64_t frameCount() const { return m_frameCount; }
+    /// Of the opened film: pixels, pictures per second, pictures. 0 before the first one.
+    [[nodiscard]] std::int32_t width() const { return m_film.width; }
+    [[nodiscard]] std::int32_t height() const { return m_film.height; }
+    [[nodiscard]] double frameRate() const { return m_film.frameRate; }
+    [[nodiscard]] std::int64_t frameCount() const { return m_film.frameCount; }
     /// Bytes of the local buffer and of the view of the data block.
     [[nodiscard]] std::int32_t bufferSize() const { return static_cast<std::int32_t>(m_localBuffer.size()); }
     [[nodiscard]] std::int32_t dataViewSize() const { return m_dataViewSize; }
-    /// The index of the next frame to read.
+    /// The index of the next picture to read.
     [[nodiscard]] std::int64_t position() const { return m_position; }
     [[nodiscard]] bool opened() const { return m_opened; }
-    /// The frames delivered last: rows from the top down, blue, green and red of each pixel, without padding.
+    /// The pictures delivered last: rows from the top down, blue, green and red of each pixel, without padding.
     [[nodiscard]] const std::vector<std::uint8_t> &localBuffer() const { return m_localBuffer; }
 
 private:
-    [[nodiscard]] std::string nameOf(std::string_view prefix) const;
+    void send(const protocol::Command &command);
     void openBlocks();
     void mapData(std::int32_t size);
     void renewData(std::int32_t size);
     void throwIfEnded() const;
-    void sleepFor(std::chrono::milliseconds duration, const std::function<bool()> &isOver) const;
-    void pauseForAnswer() const;
-    void awaitResult();
-    [[nodiscard]] bool isAnswered(const QByteArray &result) const;
+    [[nodiscard]] bool sleepUntil(const std::function<bool()> &isOver) const;
     [[nodiscard]] bool takeAnswer();
-    void parseOpenReply(const QByteArray &reply);
-    [[nodiscard]] std::int32_t sizeOfFrames(std::int32_t frames) const;
+    [[nodiscard]] bool awaitSlowAnswer(int calls, const std::function<bool()> &isWhole);
+    [[nodiscard]] std::optional<protocol::OpenedFilm> awaitFilm();
+    void awaitAnswer();
+    [[nodiscard]] std::int32_t sizeOfPictures(std::int32_t pictures) const;
 
     QString m_shareName;
     QString m_exePath;
@@ -124,22 +124,12 @@ private:
     QString m_lastCommand;
     QString m_errorText;
     std::int32_t m_framesPerBuffer = 1;
-    std::int32_t m_width = 0;
-    std::int32_t m_height = 0;
-    std::int32_t m_dataViewSize = 20;
-    double m_frameRate = 0;
-    std::int64_t m_frameCount = 0;
+    std::int32_t m_dataViewSize = protocol::unopenedDataSize;
+    protocol::OpenedFilm m_film;
     std::int64_t m_position = 0;
     bool m_opened = false;
     std::vector<std::uint8_t> m_localBuffer = std::vector<std::uint8_t>(10);
 
     std::unique_ptr<HiddenProcess> m_process;
-    std::unique_ptr<SharedMemory> m_commandView;
-    std::unique_ptr<SharedMemory> m_resultView;
-    std::unique_ptr<SharedMemory> m_dataView;
-
-    /// The last command as it was sent, and those before it, back to the last one that was answered: the answer of one
-    /// of these may still lie in the result block, or come late.
-    QByteArray m_sent;
-    QList<QByteArray> m_earlier;
+    protocol::ProgramSide m_blocks;
 };

@@ -1,9 +1,8 @@
 #include "reader/frame_server.h"
 
+#include "protocol/blocks.h"
+
 #include <algorithm>
-#include <charconv>
-#include <cstdio>
-#include <limits>
 #include <new>
 #include <system_error>
 #include <thread>
@@ -12,20 +11,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::size_t leastDataSize = frame_protocol::blockSize;
-static_assert(leastDataSize >= frame_protocol::unopenedDataSize);
-
-std::string objectName(std::string_view prefix, const std::string &shareName)
-{
-    return std::string(prefix) + shareName;
-}
-
-std::string number(double value)
-{
-    char text[32];
-    const auto [end, error] = std::to_chars(text, text + sizeof text, value);
-    return error == std::errc() ? std::string(text, end) : std::string("0");
-}
+// The program maps a few bytes even before it knows a film.
+constexpr std::size_t leastDataSize = protocol::blockSize;
+static_assert(leastDataSize >= protocol::unopenedDataSize);
 
 } // namespace
 
@@ -43,20 +31,18 @@ FrameServer::FrameServer(std::string shareName, Interrupted ended)
 
 bool FrameServer::createObjects()
 {
-    const std::string liveness = objectName(frame_protocol::livenessMutex, m_shareName);
+    using namespace protocol;
+    const std::string liveness = objectName(livenessMutex, m_shareName);
     // The objects of a living reader must not be replaced, and the program takes the mutex for the sign that the
     // blocks are there.
     const auto starting = LivenessMutex::create(liveness + " starting");
     if (!starting || LivenessMutex::exists(liveness))
         return false;
-    auto commands =
-        SharedMemory::create(objectName(frame_protocol::commandBlock, m_shareName), frame_protocol::blockSize);
-    auto results =
-        SharedMemory::create(objectName(frame_protocol::resultBlock, m_shareName), frame_protocol::blockSize);
-    if (!commands || !results || !reserveData(leastDataSize))
+    auto commands = SharedMemory::create(objectName(commandBlock, m_shareName), blockSize);
+    m_results = SharedMemory::create(objectName(resultBlock, m_shareName), blockSize);
+    if (!commands || !m_results || !reserveData(leastDataSize))
         return false;
     m_commands.emplace(std::move(commands));
-    m_results.emplace(std::move(results));
     m_liveness = LivenessMutex::create(liveness);
     return m_liveness != nullptr;
 }
@@ -91,19 +77,17 @@ std::chrono::microseconds FrameServer::pause() const
 bool FrameServer::carryOut(const std::string &text)
 {
     m_refused.reset();
-    const std::optional<Command> command = parseCommand(text);
+    const std::optional<protocol::Command> command = protocol::parseCommand(text);
     if (!command)
         return true;
-    if (command->kind == Command::Kind::Exit)
-        return false;
     try {
-        if (const std::optional<std::string> answer = reply(*command))
-            m_results->publish(text, *answer);
+        if (const Reply answer = std::visit([this](const auto &told) { return reply(told); }, *command))
+            protocol::publish(*m_results, text, *answer);
     } catch (const std::bad_alloc &) {
         // Without memory for it there is no answer, as for a film that cannot be read.
         m_film.reset();
     }
-    return true;
+    return !std::holds_alternative<protocol::Exit>(*command);
 }
 
 void FrameServer::workAhead()
@@ -116,47 +100,47 @@ void FrameServer::workAhead()
     }
 }
 
-std::optional<std::string> FrameServer::reply(const Command &command)
+FrameServer::Reply FrameServer::reply(const protocol::Timeout & /*command*/)
 {
-    switch (command.kind) {
-    case Command::Kind::Frames:
-        return setFrames(command.number);
-    case Command::Kind::BufferUpdate:
-        return updateBuffer();
-    case Command::Kind::Open:
-        return open(command.path);
-    case Command::Kind::Read:
-        return read(command);
-    case Command::Kind::Close:
-        m_film.reset();
-        return "ok";
-    case Command::Kind::Timeout: // every answer is given as soon as it can be
-    case Command::Kind::Exit:
-        break;
-    }
-    return "ok";
+    // Every answer is given as soon as it can be.
+    return std::string(protocol::done);
+}
+
+FrameServer::Reply FrameServer::reply(const protocol::Exit & /*command*/)
+{
+    return std::nullopt;
 }
 
 // Films
 
-std::optional<std::string> FrameServer::open(const std::string &path)
+FrameServer::Reply FrameServer::reply(const protocol::Open &command)
+{
+    const FileState state = stateOf(command.path);
+    if (openFilm(command.path))
+        return textOf(openedFilm());
+    m_film.reset();
+    m_refused = Refused{command.path, state, Clock::now()};
+    return std::nullopt;
+}
+
+FrameServer::Reply FrameServer::reply(const protocol::Close & /*command*/)
 {
     m_film.reset();
-    const FileState state = stateOf(path);
-    std::unique_ptr<Film> film = Film::open(path, m_interrupted, m_ended);
-    if (film) {
-        m_film = std::move(film);
-        // The program will map its frames as soon as it knows their size, and takes no refusal then.
-        const std::optional<std::size_t> size = dataSize(m_frames);
-        if (!size || !reserveData(*size))
-            m_film.reset();
-    }
-    if (!m_film) {
-        m_refused = Refused{path, state, Clock::now()};
-        return std::nullopt;
-    }
-    return std::to_string(m_film->width()) + ' ' + std::to_string(m_film->height()) + ' '
-           + std::to_string(m_film->frameCount()) + ' ' + number(m_film->frameRate());
+    return std::string(protocol::done);
+}
+
+bool FrameServer::openFilm(const std::string &path)
+{
+    m_film.reset();
+    m_film = Film::open(path, m_interrupted, m_ended);
+    // The program will map its pictures as soon as it knows their size, and takes no refusal then.
+    const std::optional<std::size_t> size = m_film ? dataSize(m_picturesPerRead) : std::nullopt;
+    return size && reserveData(*size);
+}
+
+protocol::OpenedFilm FrameServer::openedFilm() const
+{
+    return {m_film->width(), m_film->height(), m_film->frameCount(), m_film->frameRate()};
 }
 
 void FrameServer::openAgainIfFileChanged()
@@ -166,7 +150,7 @@ void FrameServer::openAgainIfFileChanged()
         return;
     m_refused->looked = Clock::now();
     if (stateOf(m_refused->path) != m_refused->state)
-        (void)carryOut("open " + std::string(m_refused->path));
+        (void)carryOut(textOf(protocol::Open{m_refused->path}));
 }
 
 FrameServer::FileState FrameServer::stateOf(const std::string &path)
@@ -181,57 +165,55 @@ FrameServer::FileState FrameServer::stateOf(const std::string &path)
     return std::pair(time, size);
 }
 
-std::optional<std::string> FrameServer::read(const Command &command)
+FrameServer::Reply FrameServer::reply(const protocol::Read &command)
 {
     if (!m_film)
         return std::nullopt;
     const auto fitting = static_cast<std::int64_t>(m_data->size() / m_film->pictureBytes());
-    const std::int64_t count =
-        std::min(std::clamp<std::int64_t>(command.count.value_or(m_frames), 1, frame_protocol::mostFrames), fitting);
+    const std::int64_t wanted =
+        std::clamp<std::int64_t>(command.count.value_or(m_picturesPerRead), 1, protocol::mostPictures);
+    const std::int64_t count = std::min(wanted, fitting);
     if (count < 1)
         return std::nullopt;
     const std::span<std::byte> pixels(m_data->data(), static_cast<std::size_t>(count) * m_film->pictureBytes());
-    if (!m_film->read(command.number, pixels, m_interrupted))
+    if (!m_film->read(command.first, pixels, m_interrupted))
         return std::nullopt;
-    return "ok";
+    return std::string(protocol::done);
 }
 
 // The data block
 
-std::optional<std::size_t> FrameServer::dataSize(std::int64_t frames) const
+FrameServer::Reply FrameServer::reply(const protocol::Frames &command)
+{
+    if (command.number < 1 || command.number > protocol::mostPictures || !dataSize(command.number))
+        return std::string(protocol::refused);
+    m_picturesPerRead = command.number;
+    return std::string(protocol::done);
+}
+
+FrameServer::Reply FrameServer::reply(const protocol::BufferUpdate & /*command*/)
+{
+    // The program waits for an answer whatever it is, and sees by the block's size if it was refused.
+    const std::optional<std::size_t> size = dataSize(m_picturesPerRead);
+    return std::string(size && reserveData(*size) ? protocol::done : protocol::refused);
+}
+
+std::optional<std::size_t> FrameServer::dataSize(std::int64_t pictures) const
 {
     if (!m_film)
         return leastDataSize;
-    const std::int64_t size = frames * static_cast<std::int64_t>(m_film->pictureBytes());
-    if (size > std::numeric_limits<std::int32_t>::max())
-        return std::nullopt;
-    return static_cast<std::size_t>(size);
+    const std::optional<std::int32_t> size = openedFilm().dataSize(pictures);
+    return size ? std::optional(static_cast<std::size_t>(*size)) : std::nullopt;
 }
 
 bool FrameServer::reserveData(std::size_t size)
 {
-    // The program maps a few bytes even before it knows a film.
     size = std::max(size, leastDataSize);
     if (m_data && m_data->size() == size)
         return true;
-    auto data = SharedMemory::create(objectName(frame_protocol::dataBlock, m_shareName), size);
+    auto data = SharedMemory::create(protocol::objectName(protocol::dataBlock, m_shareName), size);
     if (!data)
         return false;
     m_data = std::move(data);
     return true;
-}
-
-std::string FrameServer::setFrames(std::int64_t count)
-{
-    if (count < 1 || count > frame_protocol::mostFrames || !dataSize(count))
-        return "refused";
-    m_frames = count;
-    return "ok";
-}
-
-std::string FrameServer::updateBuffer()
-{
-    // The program waits for an answer whatever it is, and sees by the block's size if it was refused.
-    const std::optional<std::size_t> size = dataSize(m_frames);
-    return size && reserveData(*size) ? "ok" : "refused";
 }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "film/interruption.h"
-#include "reader/command.h"
+#include "platform/shared_objects.h"
+#include "protocol/command.h"
+#include "protocol/opened_film.h"
+#include "protocol/reader_side.h"
 #include "reader/film.h"
-#include "reader/server_blocks.h"
 
 #include <chrono>
 #include <filesystem>
@@ -35,14 +37,22 @@ private:
     /// False if the command was to end.
     [[nodiscard]] bool carryOut(const std::string &text);
     void workAhead();
-    /// The reply, or nothing if there is none to be given.
-    [[nodiscard]] std::optional<std::string> reply(const Command &command);
-    [[nodiscard]] std::optional<std::string> open(const std::string &path);
-    [[nodiscard]] std::optional<std::string> read(const Command &command);
-    [[nodiscard]] std::string setFrames(std::int64_t count);
-    [[nodiscard]] std::string updateBuffer();
 
-    [[nodiscard]] std::optional<std::size_t> dataSize(std::int64_t frames) const;
+    /// A reply, or nothing if there is none to be given.
+    using Reply = std::optional<std::string>;
+    [[nodiscard]] Reply reply(const protocol::Timeout &command);
+    [[nodiscard]] Reply reply(const protocol::Frames &command);
+    [[nodiscard]] Reply reply(const protocol::BufferUpdate &command);
+    [[nodiscard]] Reply reply(const protocol::Open &command);
+    [[nodiscard]] Reply reply(const protocol::Close &command);
+    [[nodiscard]] Reply reply(const protocol::Read &command);
+    [[nodiscard]] Reply reply(const protocol::Exit &command);
+
+    /// True if the film at this path is open and its pictures have their room.
+    [[nodiscard]] bool openFilm(const std::string &path);
+    /// What the program will know of the film.
+    [[nodiscard]] protocol::OpenedFilm openedFilm() const;
+    [[nodiscard]] std::optional<std::size_t> dataSize(std::int64_t pictures) const;
     [[nodiscard]] bool reserveData(std::size_t size);
     void openAgainIfFileChanged();
     [[nodiscard]] static FileState stateOf(const std::string &path);
@@ -52,13 +62,13 @@ private:
     Interrupted m_ended;
     Interrupted m_interrupted; ///< the program has ended or wants something else
 
-    std::optional<CommandBlock> m_commands;
-    std::optional<ResultBlock> m_results;
+    std::optional<protocol::CommandBlock> m_commands;
+    std::unique_ptr<SharedMemory> m_results;
     std::unique_ptr<SharedMemory> m_data;
     std::unique_ptr<LivenessMutex> m_liveness;
 
     std::unique_ptr<Film> m_film;
-    std::int64_t m_frames = 1;
+    std::int64_t m_picturesPerRead = 1;
     Clock::time_point m_lastActivity = Clock::now();
 
     /// A film that could not be opened: the program may want it again with the very same words, which nobody can tell

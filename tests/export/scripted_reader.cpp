@@ -17,7 +17,10 @@
 
 #include "platform/process.h"
 #include "platform/shared_objects.h"
-#include "util/frame_protocol.h"
+#include "protocol/blocks.h"
+#include "protocol/command.h"
+#include "protocol/opened_film.h"
+#include "protocol/reader_side.h"
 
 #include <algorithm>
 #include <chrono>
@@ -25,60 +28,49 @@
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <thread>
 
 namespace {
 
-/// Room for the most pictures that one read delivers.
-constexpr std::size_t dataSize = frame_protocol::mostFrames * 3UL * scripted_reader::width * scripted_reader::height;
-
-std::string textOf(const SharedMemory &block)
-{
-    std::string copy(reinterpret_cast<const char *>(block.data()), block.size());
-    return copy.substr(0, copy.find('\0'));
-}
+constexpr protocol::OpenedFilm film{scripted_reader::width, scripted_reader::height, 250, 25.0};
 
 class Reader {
 public:
-    Reader(const std::string &program, std::string shareName) : name(std::move(shareName))
+    Reader(const std::string &program, std::string shareName) : m_name(std::move(shareName))
     {
         std::ifstream script(program + ".script");
         for (std::string word, deed; script >> word && std::getline(script >> std::ws, deed);)
-            deeds[word] = deed;
+            m_deeds[word] = deed;
     }
 
     int run()
     {
         pauseFor(nextDeed("start"));
-        command = SharedMemory::create(nameOf(frame_protocol::commandBlock), frame_protocol::blockSize);
-        result = SharedMemory::create(nameOf(frame_protocol::resultBlock), frame_protocol::blockSize);
-        data = SharedMemory::create(nameOf(frame_protocol::dataBlock), frame_protocol::unopenedDataSize);
+        auto commands = SharedMemory::create(nameOf(protocol::commandBlock), protocol::blockSize);
+        m_result = SharedMemory::create(nameOf(protocol::resultBlock), protocol::blockSize);
+        m_data = SharedMemory::create(nameOf(protocol::dataBlock), protocol::unopenedDataSize);
         // Last, as the real one does: who sees it takes the blocks for there.
-        const auto mutex = LivenessMutex::create(nameOf(frame_protocol::livenessMutex));
-        if (!mutex || !command || !result || !data)
+        const auto mutex = LivenessMutex::create(nameOf(protocol::livenessMutex));
+        if (!mutex || !commands || !m_result || !m_data)
             return EXIT_FAILURE;
         StartingProcess::tellReady();
-        for (std::string last; !StartingProcess::hasEnded();) {
-            const std::string taken = textOf(*command);
+        for (protocol::CommandBlock block(std::move(commands)); !StartingProcess::hasEnded();) {
+            if (const std::optional<std::string> command = block.take())
+                serve(*command);
             std::this_thread::sleep_for(std::chrono::microseconds(200));
-            if (taken.empty() || taken == last || taken != textOf(*command))
-                continue;
-            last = taken;
-            serve(taken);
         }
         return EXIT_SUCCESS;
     }
 
 private:
-    [[nodiscard]] std::string nameOf(std::string_view prefix) const { return std::string(prefix) + name; }
+    [[nodiscard]] std::string nameOf(std::string_view prefix) const { return protocol::objectName(prefix, m_name); }
 
     /// The deed for the next command that begins with `word`; empty for the usual one.
     std::string nextDeed(const std::string &word)
     {
-        const std::string numbered = word + '@' + std::to_string(++counts[word]);
-        return deeds[deeds.contains(numbered) ? numbered : word];
+        const std::string numbered = word + '@' + std::to_string(++m_counts[word]);
+        return m_deeds[m_deeds.contains(numbered) ? numbered : word];
     }
 
     static void pauseFor(const std::string &deed)
@@ -89,54 +81,61 @@ private:
 
     void serve(const std::string &text)
     {
-        std::istringstream words(text);
-        std::string word;
-        unsigned number = 0;
-        words >> word >> number;
-        const std::string deed = nextDeed(word);
-        if (deed == "die" || word == "exit")
+        const std::string deed = nextDeed(text.substr(0, text.find(' ')));
+        const std::optional<protocol::Command> command = protocol::parseCommand(text);
+        if (!command || deed == "die" || *command == protocol::Command(protocol::Exit{}))
             std::_Exit(EXIT_FAILURE);
-        if (word == "bufupdate") {
-            data.reset();
-            data = SharedMemory::create(nameOf(frame_protocol::dataBlock), deed == "small" ? 1 : dataSize);
-        }
-        if (word == "read" && data->size() == dataSize)
-            paint(number);
+        if (std::holds_alternative<protocol::BufferUpdate>(*command))
+            renewData(deed == "small" ? 1 : *film.dataSize(protocol::mostPictures));
+        if (const auto *read = std::get_if<protocol::Read>(&*command))
+            paint(static_cast<unsigned>(read->first));
         pauseFor(deed);
-        if (deed != "silent")
-            answer(text, word, deed);
+        if (deed == "garbage" || deed == "endless")
+            spoil(deed == "endless" ? text : "");
+        else if (deed != "silent")
+            protocol::publish(*m_result, text, replyTo(*command, deed));
         if (deed == "last")
             std::_Exit(EXIT_SUCCESS);
     }
 
-    void answer(const std::string &text, const std::string &word, const std::string &deed)
+    static std::string replyTo(const protocol::Command &command, const std::string &deed)
     {
-        auto *const block = reinterpret_cast<char *>(result->data());
-        std::string reply = deed.starts_with("reply ") ? deed.substr(6) : word == "open" ? "320 240 250 25" : "ok";
-        if (deed == "endless" || deed == "garbage")
-            reply = std::string(result->size() - text.size() - 1, 'x');
-        // The echo comes last.
-        reply = ' ' + reply + '\0';
-        std::memcpy(block + text.size(), reply.data(), std::min(reply.size(), result->size() - text.size()));
-        std::memcpy(block, deed == "garbage" ? reply.data() + 1 : text.data(), text.size());
+        if (deed.starts_with("reply "))
+            return deed.substr(6);
+        return std::holds_alternative<protocol::Open>(command) ? textOf(film) : std::string(protocol::done);
+    }
+
+    /// Fills the result block behind `beginning`.
+    void spoil(const std::string &beginning)
+    {
+        std::fill_n(m_result->data(), m_result->size(), std::byte{'x'});
+        std::memcpy(m_result->data(), beginning.data(), beginning.size());
+    }
+
+    void renewData(std::int32_t size)
+    {
+        m_data.reset();
+        m_data = SharedMemory::create(nameOf(protocol::dataBlock), static_cast<std::size_t>(size));
     }
 
     void paint(unsigned index)
     {
-        auto *pixel = reinterpret_cast<unsigned char *>(data->data());
-        for (int y = 0; y < scripted_reader::height; ++y) {
-            for (int x = 0; x < scripted_reader::width; ++x, pixel += 3) {
+        if (m_data->size() < static_cast<std::size_t>(*film.dataSize(1)))
+            return;
+        auto *pixel = m_data->data();
+        for (int y = 0; y < film.height; ++y) {
+            for (int x = 0; x < film.width; ++x, pixel += protocol::bytesPerPixel) {
                 const unsigned color = scripted_reader::colorAt(index, x, y);
                 // As this machine keeps a number, blue is its first byte.
-                std::memcpy(pixel, &color, 3);
+                std::memcpy(pixel, &color, protocol::bytesPerPixel);
             }
         }
     }
 
-    std::string name;
-    std::map<std::string, std::string> deeds;
-    std::map<std::string, int> counts;
-    std::unique_ptr<SharedMemory> command, result, data;
+    std::string m_name;
+    std::map<std::string, std::string> m_deeds;
+    std::map<std::string, int> m_counts;
+    std::unique_ptr<SharedMemory> m_result, m_data;
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "scripted_client.h"
 
-#include "util/frame_protocol.h"
+#include "protocol/blocks.h"
+#include "protocol/command.h"
 
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -27,9 +27,9 @@ ScriptedClient::ScriptedClient(const std::string &shareName) : m_shareName(share
         if (!before.contains(number))
             m_number = number;
     }
-    m_command = map(frame_protocol::commandBlock, frame_protocol::blockSize);
-    m_result = map(frame_protocol::resultBlock, frame_protocol::blockSize);
-    m_data = map(frame_protocol::dataBlock, frame_protocol::unopenedDataSize);
+    m_command = map(protocol::commandBlock, protocol::blockSize);
+    m_result = map(protocol::resultBlock, protocol::blockSize);
+    m_data = map(protocol::dataBlock, protocol::unopenedDataSize);
 }
 
 ScriptedClient::~ScriptedClient()
@@ -41,12 +41,12 @@ ScriptedClient::~ScriptedClient()
 
 bool ScriptedClient::isAlive() const
 {
-    return LivenessMutex::exists(std::string(frame_protocol::livenessMutex) + m_shareName);
+    return LivenessMutex::exists(protocol::objectName(protocol::livenessMutex, m_shareName));
 }
 
 std::unique_ptr<SharedMemory> ScriptedClient::map(std::string_view block, std::size_t size) const
 {
-    return SharedMemory::open(std::string(block) + m_shareName, size);
+    return SharedMemory::open(protocol::objectName(block, m_shareName), size);
 }
 
 void ScriptedClient::send(const std::string &command)
@@ -57,10 +57,14 @@ void ScriptedClient::send(const std::string &command)
 
 std::optional<std::string> ScriptedClient::reply() const
 {
-    const std::string block(resultBlock(), frame_protocol::blockSize);
-    if (!block.starts_with(m_sent))
-        return std::nullopt;
-    return block.c_str() + m_sent.size() + 1;
+    // What is copied once the echo was seen is complete.
+    for (const bool isComplete : {false, true}) {
+        const std::string block(resultBlock(), protocol::blockSize);
+        const auto reply = protocol::replyIn(block, m_sent);
+        if (!reply || isComplete)
+            return reply ? std::optional<std::string>(*reply) : std::nullopt;
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> ScriptedClient::ask(const std::string &command, std::chrono::milliseconds patience)
@@ -73,24 +77,20 @@ std::optional<std::string> ScriptedClient::ask(const std::string &command, std::
     return found;
 }
 
-std::optional<ScriptedClient::OpenFilm> ScriptedClient::open(const std::string &path, int frames)
+std::optional<protocol::OpenedFilm> ScriptedClient::open(const std::string &path, int pictures)
 {
-    const auto text = ask("open " + path);
-    OpenFilm film;
-    if (!text
-        || std::sscanf(text->c_str(), "%d %d %lld %lf", &film.width, &film.height, &film.frameCount, &film.frameRate)
-               != 4)
-        return std::nullopt;
-    if (!ask("frames " + std::to_string(frames)) || !mapData(film.pictureBytes() * static_cast<std::size_t>(frames)))
+    const auto reply = ask(textOf(protocol::Open{path}));
+    const auto film = reply ? protocol::parseOpenedFilm(*reply) : std::nullopt;
+    if (!film || !ask(textOf(protocol::Frames{pictures})) || !mapData(*film, pictures))
         return std::nullopt;
     return film;
 }
 
-bool ScriptedClient::mapData(std::size_t size)
+bool ScriptedClient::mapData(const protocol::OpenedFilm &film, int pictures)
 {
     m_data.reset();
-    if (!ask("bufupdate"))
+    if (!ask(textOf(protocol::BufferUpdate{})))
         return false;
-    m_data = map(frame_protocol::dataBlock, size);
+    m_data = map(protocol::dataBlock, static_cast<std::size_t>(film.dataSize(pictures).value_or(1)));
     return m_data != nullptr;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/process.h"
 #include "platform/shared_objects.h"
+#include "protocol/opened_film.h"
 
 #include <sys/types.h>
 
@@ -33,18 +34,10 @@ public:
     [[nodiscard]] std::optional<std::string> ask(const std::string &command,
                                                  std::chrono::milliseconds patience = std::chrono::seconds(20));
 
-    struct OpenFilm {
-        int width = 0;
-        int height = 0;
-        long long frameCount = 0;
-        double frameRate = 0.0;
-
-        [[nodiscard]] std::size_t pictureBytes() const { return static_cast<std::size_t>(width * height) * 3; }
-    };
-    /// "open" and what follows it: the buffer is updated and mapped for `frames` frames.
-    [[nodiscard]] std::optional<OpenFilm> open(const std::string &path, int frames = 1);
-    /// "bufupdate", and the data block mapped at `size` bytes; false if it is smaller.
-    [[nodiscard]] bool mapData(std::size_t size);
+    /// "open" and what follows it: the buffer is updated and mapped for that many pictures.
+    [[nodiscard]] std::optional<protocol::OpenedFilm> open(const std::string &path, int pictures = 1);
+    /// "bufupdate", and the data block mapped for that many pictures of the film; false if it is smaller.
+    [[nodiscard]] bool mapData(const protocol::OpenedFilm &film, int pictures);
 
     /// What the last reads have left in the data block.
     [[nodiscard]] std::span<std::byte> data() const { return {m_data->data(), m_data->size()}; }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "platform/shared_objects.h"
-#include "util/frame_protocol.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+namespace protocol {
 
 /// The command block as the reader sees it. The program writes it at any moment and without a lock, so a command
 /// counts only when it was read twice, with a pause between, as the same bytes.
@@ -33,15 +34,8 @@ private:
     std::string m_taken;
 };
 
-/// The result block, written by the reader alone.
-class ResultBlock {
-public:
-    explicit ResultBlock(std::unique_ptr<SharedMemory> memory) : m_memory(std::move(memory)) {}
+/// Answers `command` in the result block: the reply is there before the command can be found. A reply that does not fit
+/// beside it is not told, nor any part of it.
+void publish(const SharedMemory &results, std::string_view command, std::string_view reply);
 
-    /// Answers `command`: the reply is there before the command can be found. A reply that does not fit beside it is
-    /// cut.
-    void publish(std::string_view command, std::string_view reply);
-
-private:
-    std::unique_ptr<SharedMemory> m_memory;
-};
+} // namespace protocol

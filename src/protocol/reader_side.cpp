@@ -1,8 +1,11 @@
-#include "reader/server_blocks.h"
+#include "protocol/reader_side.h"
 
-#include <algorithm>
+#include "protocol/blocks.h"
+
 #include <atomic>
 #include <cstring>
+
+namespace protocol {
 
 char CommandBlock::at(std::size_t index) const
 {
@@ -48,20 +51,18 @@ std::optional<std::string> CommandBlock::take()
     return m_taken;
 }
 
-void ResultBlock::publish(std::string_view command, std::string_view reply)
+void publish(const SharedMemory &results, std::string_view command, std::string_view reply)
 {
-    const std::size_t size = m_memory->size();
-    if (command.empty() || command.size() + 2 > size)
+    const std::optional<std::string> answer = protocol::answer(command, reply);
+    if (!answer)
         return;
-    auto *const block = reinterpret_cast<char *>(m_memory->data());
+    auto *const block = reinterpret_cast<char *>(results.data());
     // While its first byte is missing, nobody takes the command for answered.
     const std::atomic_ref<char> first(*block);
     first.store('\0', std::memory_order_relaxed);
     std::atomic_thread_fence(std::memory_order_seq_cst);
-    std::memcpy(block + 1, command.data() + 1, command.size() - 1);
-    block[command.size()] = ' ';
-    const std::size_t length = std::min(reply.size(), size - command.size() - 2);
-    std::memcpy(block + command.size() + 1, reply.data(), length);
-    block[command.size() + 1 + length] = '\0';
-    first.store(command.front(), std::memory_order_seq_cst);
+    std::memcpy(block + 1, answer->c_str() + 1, answer->size());
+    first.store(answer->front(), std::memory_order_seq_cst);
 }
+
+} // namespace protocol
