@@ -156,9 +156,9 @@ bool FRAME_READER::GetData()
 {
     if (bufferSize() != m_dataViewSize)
         mapData(bufferSize());
-    if (m_blocks.data() == nullptr)
+    if (m_blocks.data().empty())
         throw UserError(QStringLiteral("Кадры программы чтения кадров недоступны"));
-    std::memcpy(m_localBuffer.data(), m_blocks.data(), m_localBuffer.size());
+    std::memcpy(m_localBuffer.data(), m_blocks.data().data(), m_localBuffer.size());
     return true;
 }
 
@@ -195,7 +195,7 @@ void FRAME_READER::renewData(std::int32_t size)
     send(protocol::BufferUpdate{});
     awaitAnswer();
     mapData(size);
-    if (size > 0 && m_blocks.data() == nullptr)
+    if (size > 0 && m_blocks.data().empty())
         throw UserError(QStringLiteral("Кадры программы чтения кадров недоступны"));
 }
 

@@ -65,4 +65,9 @@ void ProgramSide::mapData(std::int32_t size)
         m_data = SharedMemory::open(objectName(dataBlock, m_shareName), static_cast<std::size_t>(size));
 }
 
+std::span<const std::byte> ProgramSide::data() const
+{
+    return m_data ? std::span<const std::byte>(m_data->data(), m_data->size()) : std::span<const std::byte>();
+}
+
 } // namespace protocol

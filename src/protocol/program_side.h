@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,8 @@ public:
     /// Maps the first `size` bytes of the data block; leaves it unmapped if it is smaller or `size` is 0.
     void mapData(std::int32_t size);
     void unmapData() { m_data.reset(); }
-    /// What is mapped of the data block; null if nothing is.
-    [[nodiscard]] const std::byte *data() const { return m_data ? m_data->data() : nullptr; }
+    /// What is mapped of the data block; nothing if it is not.
+    [[nodiscard]] std::span<const std::byte> data() const;
 
 private:
     [[nodiscard]] bool isAnsweredBy(const std::string &result) const;

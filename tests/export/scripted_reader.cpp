@@ -6,7 +6,6 @@
 //   reply TEXT     answers with TEXT
 //   silent         carries the command out but does not answer
 //   late MS        answers after so many milliseconds
-//   garbage        fills the result block with noise
 //   endless        fills the result block behind the echo to its very end
 //   small          carries a bufupdate out with a block of one byte
 //   die            ends without an answer
@@ -90,8 +89,8 @@ private:
         if (const auto *read = std::get_if<protocol::Read>(&*command))
             paint(static_cast<unsigned>(read->first));
         pauseFor(deed);
-        if (deed == "garbage" || deed == "endless")
-            spoil(deed == "endless" ? text : "");
+        if (deed == "endless")
+            answerWithoutEnd(text);
         else if (deed != "silent")
             protocol::publish(*m_result, text, replyTo(*command, deed));
         if (deed == "last")
@@ -105,11 +104,10 @@ private:
         return std::holds_alternative<protocol::Open>(command) ? textOf(film) : std::string(protocol::done);
     }
 
-    /// Fills the result block behind `beginning`.
-    void spoil(const std::string &beginning)
+    void answerWithoutEnd(const std::string &command)
     {
         std::fill_n(m_result->data(), m_result->size(), std::byte{'x'});
-        std::memcpy(m_result->data(), beginning.data(), beginning.size());
+        std::memcpy(m_result->data(), command.data(), command.size());
     }
 
     void renewData(std::int32_t size)

@@ -3,11 +3,13 @@
 #include "protocol/blocks.h"
 #include "protocol/command.h"
 #include "protocol/opened_film.h"
+#include "protocol/reader_side.h"
 
 #include <QTest>
 
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 
@@ -118,6 +120,23 @@ private Q_SLOTS:
         }
         QVERIFY(fitsCommandBlock(std::string(998, 'c')) && !fitsCommandBlock(std::string(999, 'c')));
         QVERIFY(!fitsCommandBlock(std::string("close\0now", 9)));
+    }
+
+    /// The program writes a command without a lock.
+    void onlyACertainCommandIsTaken()
+    {
+        const std::string name = "protocol_test";
+        CommandBlock block(SharedMemory::create(name, blockSize));
+        const auto program = SharedMemory::open(name, blockSize);
+        QVERIFY(program);
+        const auto write = [&](std::string_view bytes) { std::memcpy(program->data(), bytes.data(), bytes.size()); };
+        write({"close\0", 6});
+        QVERIFY(!block.take() && block.isPending());
+        write({"read 12\0", 8});
+        QVERIFY(!block.take());
+        QVERIFY(block.take() == "read 12" && !block.hasChanged() && !block.take());
+        write(std::string(blockSize, '1')); // its end is not there
+        QVERIFY(block.hasChanged() && !block.take() && !block.take());
     }
 
     void picturesAreCountedUpTo32Bits()

@@ -3,7 +3,6 @@
 #include "protocol/blocks.h"
 #include "protocol/command.h"
 
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -27,9 +26,8 @@ ScriptedClient::ScriptedClient(const std::string &shareName) : m_shareName(share
         if (!before.contains(number))
             m_number = number;
     }
-    m_command = map(protocol::commandBlock, protocol::blockSize);
-    m_result = map(protocol::resultBlock, protocol::blockSize);
-    m_data = map(protocol::dataBlock, protocol::unopenedDataSize);
+    m_blocks.open(shareName);
+    m_blocks.mapData(protocol::unopenedDataSize);
 }
 
 ScriptedClient::~ScriptedClient()
@@ -42,29 +40,6 @@ ScriptedClient::~ScriptedClient()
 bool ScriptedClient::isAlive() const
 {
     return LivenessMutex::exists(protocol::objectName(protocol::livenessMutex, m_shareName));
-}
-
-std::unique_ptr<SharedMemory> ScriptedClient::map(std::string_view block, std::size_t size) const
-{
-    return SharedMemory::open(protocol::objectName(block, m_shareName), size);
-}
-
-void ScriptedClient::send(const std::string &command)
-{
-    m_sent = command;
-    std::memcpy(m_command->data(), command.c_str(), command.size() + 1);
-}
-
-std::optional<std::string> ScriptedClient::reply() const
-{
-    // What is copied once the echo was seen is complete.
-    for (const bool isComplete : {false, true}) {
-        const std::string block(resultBlock(), protocol::blockSize);
-        const auto reply = protocol::replyIn(block, m_sent);
-        if (!reply || isComplete)
-            return reply ? std::optional<std::string>(*reply) : std::nullopt;
-    }
-    return std::nullopt;
 }
 
 std::optional<std::string> ScriptedClient::ask(const std::string &command, std::chrono::milliseconds patience)
@@ -88,9 +63,9 @@ std::optional<protocol::OpenedFilm> ScriptedClient::open(const std::string &path
 
 bool ScriptedClient::mapData(const protocol::OpenedFilm &film, int pictures)
 {
-    m_data.reset();
+    m_blocks.unmapData();
     if (!ask(textOf(protocol::BufferUpdate{})))
         return false;
-    m_data = map(protocol::dataBlock, static_cast<std::size_t>(film.dataSize(pictures).value_or(1)));
-    return m_data != nullptr;
+    m_blocks.mapData(film.dataSize(pictures).value_or(1));
+    return !data().empty();
 }

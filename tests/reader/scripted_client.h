@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/process.h"
-#include "platform/shared_objects.h"
 #include "protocol/opened_film.h"
+#include "protocol/program_side.h"
 
 #include <sys/types.h>
 
@@ -20,16 +20,16 @@ public:
     ~ScriptedClient();
 
     /// True if the reader lives and its blocks could be mapped.
-    [[nodiscard]] bool isReady() const { return m_number > 0 && m_command && m_result && m_data && isAlive(); }
+    [[nodiscard]] bool isReady() const { return m_number > 0 && m_blocks.isOpen() && !data().empty() && isAlive(); }
     [[nodiscard]] bool isAlive() const;
     [[nodiscard]] bool hasEnded() const { return !m_process || m_process->ended(); }
     /// The reader's process number, or -1.
     [[nodiscard]] pid_t process() const { return m_number; }
 
     /// Writes the command as the program does. It must fit the block.
-    void send(const std::string &command);
+    void send(const std::string &command) { m_blocks.send(command); }
     /// The reply to the command sent last, if there is one now.
-    [[nodiscard]] std::optional<std::string> reply() const;
+    [[nodiscard]] std::optional<std::string> reply() { return m_blocks.reply(); }
     /// Sends a command and waits for its reply, looking every millisecond.
     [[nodiscard]] std::optional<std::string> ask(const std::string &command,
                                                  std::chrono::milliseconds patience = std::chrono::seconds(20));
@@ -40,19 +40,11 @@ public:
     [[nodiscard]] bool mapData(const protocol::OpenedFilm &film, int pictures);
 
     /// What the last reads have left in the data block.
-    [[nodiscard]] std::span<std::byte> data() const { return {m_data->data(), m_data->size()}; }
-    /// The raw command and result blocks.
-    [[nodiscard]] char *commandBlock() const { return reinterpret_cast<char *>(m_command->data()); }
-    [[nodiscard]] const char *resultBlock() const { return reinterpret_cast<char *>(m_result->data()); }
+    [[nodiscard]] std::span<const std::byte> data() const { return m_blocks.data(); }
 
 private:
-    [[nodiscard]] std::unique_ptr<SharedMemory> map(std::string_view block, std::size_t size) const;
-
     std::string m_shareName;
     std::unique_ptr<HiddenProcess> m_process;
     pid_t m_number = -1;
-    std::unique_ptr<SharedMemory> m_command;
-    std::unique_ptr<SharedMemory> m_result;
-    std::unique_ptr<SharedMemory> m_data;
-    std::string m_sent;
+    protocol::ProgramSide m_blocks;
 };
