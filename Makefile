@@ -1,27 +1,35 @@
 # Everything a person does with this tree, on a bare Debian 12.
 
-.PHONY: run test bench fuzz deb deps clean
+.PHONY: run test bench check fuzz deb clean
 
-run: deps
-	scripts/build release
+has_display = $(shell scripts/has-display && echo yes)
+
+# What the demonstration needs is installed and built only where it takes place.
+run:
+	scripts/install-dependencies build $(if $(has_display),,demo)
+	scripts/build release -DTAVRIN_DEMO=$(if $(has_display),OFF,ON)
 	scripts/run build/release $(if $(VIDEO),"$(VIDEO)")
 
-test: deps
+test:
+	scripts/install-dependencies build test
 	scripts/build dev
 	scripts/test dev
 
-bench: deps
+bench:
+	scripts/install-dependencies build test
 	scripts/build release -DTAVRIN_BENCH=ON
 	scripts/bench release
 
-fuzz: deps
+check:
+	scripts/install-dependencies build test check
+	scripts/check
+
+fuzz:
+	scripts/install-dependencies build test
 	scripts/fuzz $(if $(FILMS),$(FILMS),10000) $(SEED)
 
 deb:
 	scripts/make-deb
-
-deps:
-	scripts/install-dependencies
 
 clean:
 	rm -rf build
