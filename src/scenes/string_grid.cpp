@@ -128,7 +128,7 @@ private:
 
 TStringGrid::TStringGrid(int columnCount, QWidget *parent)
     : QTableView(parent), m_texts(columnCount), m_gridModel(new StringGridModel(m_texts, this)),
-      m_corner(findChild<QAbstractButton *>(QString(), Qt::FindDirectChildrenOnly)), m_numberWidth(0)
+      m_corner(findChild<QAbstractButton *>(QString(), Qt::FindDirectChildrenOnly))
 {
     setModel(m_gridModel);
     setItemDelegate(new CellDelegate(this));

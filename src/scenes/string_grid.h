@@ -81,7 +81,7 @@ private:
     GridCells m_texts;
     StringGridModel *m_gridModel;
     QWidget *m_corner;
-    int m_numberWidth;
+    int m_numberWidth = 0;
 
     /// The row and the place of a press that may become a click.
     std::optional<int> m_pressedRow;

@@ -1,5 +1,5 @@
-#include "reader_films.h"
 #include "random_seed.h"
+#include "reader_films.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -124,8 +124,7 @@ Outcome readFilm(const QString &path, Mutation &random)
 int main(int count, char **arguments)
 {
     const int films = count > 1 ? std::atoi(arguments[1]) : 0;
-    const auto firstSeed = count > 2 ? static_cast<quint32>(std::strtoul(arguments[2], nullptr, 10))
-                                     : randomSeed();
+    const auto firstSeed = count > 2 ? static_cast<quint32>(std::strtoul(arguments[2], nullptr, 10)) : randomSeed();
     av_log_set_level(AV_LOG_QUIET);
     const Films originals = smallFilms();
     std::printf("%d mutations of %zu films, seed %u\n", films, originals.size(), firstSeed);

@@ -1,5 +1,5 @@
-#include "reader/read_pattern.h"
 #include "random_seed.h"
+#include "reader/read_pattern.h"
 #include "util/media_time.h"
 
 #include <QRandomGenerator>
