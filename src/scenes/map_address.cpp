@@ -79,7 +79,7 @@ std::optional<MapPoint> mapPointIn(const QString &address)
     if (address.contains(QLatin1String("google")))
         return pointInGoogle(address);
     if (address.contains(QLatin1String("openstreetmap"))) {
-        if (const std::optional<MapPoint> point = pointInOpenStreetMap(address))
+        if (std::optional<MapPoint> point = pointInOpenStreetMap(address))
             return point;
     }
     if (address.contains(QLatin1String("yandex")))
