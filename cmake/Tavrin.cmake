@@ -1,9 +1,25 @@
 # What every target of this project is built with, and the functions that declare them.
 
+# The operating system's own sources, libraries and tests lie in folders of this name; the folder above adds the one.
+if(CMAKE_SYSTEM_NAME STREQUAL "Windows")
+  set(TAVRIN_SYSTEM windows)
+else()
+  set(TAVRIN_SYSTEM posix)
+endif()
+
+# What such a folder finds, the folders that link its library know.
+set(CMAKE_FIND_PACKAGE_TARGETS_GLOBAL ON)
+
+# What the Windows API is compiled with.
+set(TAVRIN_WINDOWS_DEFINITIONS UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+
 add_library(tavrin_options INTERFACE)
 target_compile_options(tavrin_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
                                                 -Woverloaded-virtual -Wconversion)
 target_compile_definitions(tavrin_options INTERFACE QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+if(WIN32)
+  target_compile_definitions(tavrin_options INTERFACE ${TAVRIN_WINDOWS_DEFINITIONS})
+endif()
 if(TAVRIN_SANITIZE)
   target_compile_options(tavrin_options INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
                                                   -fno-sanitize-recover=undefined)
@@ -17,6 +33,12 @@ function(tavrin_library folder)
   add_library(tavrin_${folder} STATIC ${ARG_SOURCES})
   target_include_directories(tavrin_${folder} PUBLIC "${PROJECT_SOURCE_DIR}/src")
   target_link_libraries(tavrin_${folder} PUBLIC ${ARG_LINK} PRIVATE tavrin_options)
+endfunction()
+
+# tavrin_program_part(<target>): an executable or module that lies in the program's folder: it is installed, and the
+# program is not complete without it.
+function(tavrin_program_part target)
+  set_property(GLOBAL APPEND PROPERTY TAVRIN_PROGRAM_PARTS ${target})
 endfunction()
 
 # tavrin_test(<name> SOURCES ... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one Qt Test executable,

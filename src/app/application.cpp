@@ -1,5 +1,6 @@
 #include "app/application.h"
 
+#include "platform/settings.h"
 #include "util/user_error.h"
 #include "widgets/message_box.h"
 
@@ -16,7 +17,7 @@ TApplication::TApplication(int &argc, char **argv) : QApplication(argc, argv)
     std::setlocale(LC_NUMERIC, "C");
 
     // The open dialog keeps its history in the user's settings; nothing of this program is kept there.
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(noSettingsFolder()));
 
     auto *translator = new QTranslator(this);
     if (translator->load(QStringLiteral("qtbase_ru"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))

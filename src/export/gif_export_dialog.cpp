@@ -78,7 +78,7 @@ TForm4::TForm4(QWidget *owner)
 
     FR = m_reader.get();
     FR->SetShareName(QStringLiteral("TAVRIN"));
-    FR->SetEXE(inApplicationFolder(QStringLiteral("FrameReader")));
+    FR->SetEXE(inApplicationFolder(QStringLiteral(TAVRIN_FRAME_READER_NAME)));
     FR->Run();
     Form4 = this;
 }

@@ -62,8 +62,8 @@ private:
 /// True if the picture that `context` is about to draw was not drawn before.
 [[nodiscard]] bool isNewPicture(mpv_render_context *context);
 
-/// The surface for this machine inside `panel`: OpenGL where it runs on graphics hardware, else the core's own
-/// software drawing. Owned by the caller, its widget by the panel.
+/// The surface for this machine inside `panel`: OpenGL where the system has it and graphics hardware runs it, else the
+/// core's own software drawing. Owned by the caller, its widget by the panel.
 [[nodiscard]] std::unique_ptr<VideoSurface> createVideoSurface(QWidget *panel);
 
 /// The two kinds by name.

@@ -1,6 +1,6 @@
 #include "player/graph_system.h"
 
-#include "platform/graphics_hardware.h"
+#include "player/mpv/posix/graphics_hardware.h"
 #include "util/application_folder.h"
 
 #include <QLibrary>
@@ -40,7 +40,7 @@ private:
     void load()
     {
         using Create = GraphSystem *(*)(QWidget *);
-        QLibrary module(inApplicationFolder(QStringLiteral("libTavrinMpv.so")));
+        QLibrary module(inApplicationFolder(QStringLiteral(TAVRIN_MPV_MODULE)));
         if (const auto create = reinterpret_cast<Create>(module.resolve("tavrinCreateGraphSystem"))) {
             m_system.reset(create(m_panel));
             m_system->setWaveVolume(m_level);

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <QtGlobal>
-
+#include <cerrno>
 #include <csignal>
+#include <exception>
+#include <system_error>
+
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -15,12 +17,12 @@ public:
     {
         constexpr uid_t nobody = 65534;
         if (root && seteuid(nobody) != 0)
-            qFatal("seteuid failed");
+            throw std::system_error(errno, std::generic_category());
     }
     ~AsOrdinaryUser()
     {
         if (root && seteuid(0) != 0)
-            qFatal("seteuid failed");
+            std::terminate();
     }
     AsOrdinaryUser(const AsOrdinaryUser &) = delete;
     AsOrdinaryUser &operator=(const AsOrdinaryUser &) = delete;

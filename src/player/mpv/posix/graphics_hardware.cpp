@@ -1,4 +1,4 @@
-#include "platform/graphics_hardware.h"
+#include "player/mpv/posix/graphics_hardware.h"
 
 #include <filesystem>
 #include <string>

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/// The folder (UTF-8) that stands for "no settings": no file is found below it, none can be made there.
+[[nodiscard]] std::string noSettingsFolder();
