@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QPalette>
+
+namespace smoky {
+
+/// The colours of everything.
+[[nodiscard]] QPalette palette();
+
+} // namespace smoky
