@@ -3,9 +3,10 @@
 
 #include "bare_player.h"
 #include "bench_film.h"
+#include "bench_graph.h"
 #include "figures.h"
 
-#include "player/mpv_player.h"
+#include "player/engine_player.h"
 #include "util/media_time.h"
 
 #include <QApplication>
@@ -23,7 +24,7 @@ namespace {
 constexpr int restMilliseconds = 60;
 
 /// Milliseconds from `position`'s command until the last picture drawn for it.
-double drawingTime(MpvPlayer &player, const std::atomic<double> &drawnAt, MediaTime position, SeekTo picture)
+double drawingTime(EnginePlayer &player, const std::atomic<double> &drawnAt, MediaTime position, SeekTo picture)
 {
     const double start = steadyMilliseconds();
     SetPosition(position, picture);
@@ -63,7 +64,7 @@ int main(int argc, char *argv[])
     std::setlocale(LC_NUMERIC, "C");
     const QString film = benchFilm();
 
-    MpvPlayer player;
+    EnginePlayer player(makeBenchGraphSystem);
     player.openPaused(film);
     SetVideoRect(benchPictureWidth, benchPictureHeight);
     BarePlayer bare(film.toUtf8().constData(), benchPictureWidth, benchPictureHeight);
@@ -71,8 +72,8 @@ int main(int argc, char *argv[])
     // The picture is drawn on a thread of the surface's own, which this is called on.
     std::atomic<double> drawnAt = 0.0;
     QObject::connect(
-        &player.system().surface(), &VideoSurface::pictureDrawn, &player.system().surface(),
-        [&drawnAt] { drawnAt = steadyMilliseconds(); }, Qt::DirectConnection);
+        &benchSurface(), &VideoSurface::pictureDrawn, &benchSurface(), [&drawnAt] { drawnAt = steadyMilliseconds(); },
+        Qt::DirectConnection);
 
     constexpr int steps = 100;
     // Some way into a group, so that a step that seeks has to pay for it.

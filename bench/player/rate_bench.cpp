@@ -3,9 +3,11 @@
 // sound server plays. Takes five and a half minutes. Each figure is printed as "name value".
 
 #include "bench_film.h"
+#include "bench_graph.h"
 #include "figures.h"
 
-#include "player/mpv_player.h"
+#include "films/film_witness.h"
+#include "player/engine_player.h"
 #include "player/transport.h"
 
 #include <QApplication>
@@ -74,9 +76,9 @@ struct Sighting {
 };
 
 /// The first picture that comes up whose number is at least `number`.
-Sighting waitForPicture(MpvPlayer &player, int number)
+Sighting waitForPicture(int number)
 {
-    VideoSurface &surface = player.system().surface();
+    VideoSurface &surface = benchSurface();
     constexpr double longestWait = 200'000.0;
     const double start = steadyMilliseconds();
     std::uint64_t drawn = surface.picturesDrawn();
@@ -86,7 +88,7 @@ Sighting waitForPicture(MpvPlayer &player, int number)
         if (std::exchange(drawn, surface.picturesDrawn()) == surface.picturesDrawn())
             continue;
         const double now = steadyMilliseconds();
-        if (const int shown = player.shownNumber(); shown >= number)
+        if (const int shown = paintedFrameNumber(surface.picture()).value_or(-1); shown >= number)
             return {shown, now};
     }
     qFatal("picture %d does not come up", number);
@@ -98,7 +100,7 @@ int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
-    MpvPlayer player;
+    EnginePlayer player(makeBenchGraphSystem);
     player.openPaused(benchFilm());
     SetVideoRect(benchPictureWidth, benchPictureHeight);
 
@@ -109,16 +111,15 @@ int main(int argc, char *argv[])
     for (int position = slowest; position <= fastest; ++position) {
         Pause();
         player.seekTo(0);
-        speed = trackBarRate(position);
-        SetRate(speed);
+        SetRate(trackBarRate(position));
         Play();
         // The sound's way through the filter and the server's buffer takes this long.
         constexpr double startUpSeconds = 1.0;
         const int from = static_cast<int>(std::ceil(startUpSeconds * speed * benchFilmRate));
-        const Sighting first = waitForPicture(player, from);
+        const Sighting first = waitForPicture(from);
         Recording recording;
         constexpr double filmSeconds = 10.0;
-        const Sighting last = waitForPicture(player, first.number + static_cast<int>(filmSeconds * benchFilmRate));
+        const Sighting last = waitForPicture(first.number + static_cast<int>(filmSeconds * benchFilmRate));
         const double audible = recording.audiblePart();
 
         const double film = (last.number - first.number) / benchFilmRate;

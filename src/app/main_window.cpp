@@ -29,6 +29,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QStatusBar>
 #include <QTimer>
@@ -280,15 +281,9 @@ void TForm1::N3Click()
 {
     if (!OpenDialog1.Execute(this))
         return;
-    const QString previous = std::exchange(VideoPath, OpenDialog1.FileName);
-    try {
-        Form3->Open1Click();
-    } catch (...) {
-        // The list still belongs to the video before: saved under the new name it would replace the very file
-        // that could not be read.
-        VideoPath = previous;
-        throw;
-    }
+    // A list that cannot be read leaves the list, and the film that it belongs to, as they are.
+    Form3->openListOf(OpenDialog1.FileName);
+    VideoPath = OpenDialog1.FileName;
     Form3->bringToFront();
     Open1Click();
     if (!INITIALIZED)
@@ -439,16 +434,14 @@ void TForm1::Stop1Click()
 
 void TForm1::TrackBar1Change()
 {
-    speed = trackBarRate(TrackBar1->value());
-    SetRate(speed);
-    // A refused rate has put the bar back meanwhile.
+    SetRate(trackBarRate(TrackBar1->value()));
+    // A refused rate has become another one meanwhile.
     GroupBox1->setTitle(QStringLiteral("Скорость: ") + generalFormat(speed));
 }
 
 void TForm1::TrackBar3Change()
 {
-    const std::uint16_t level = trackBarLevel(TrackBar3->value());
-    m_graphSystem->setWaveVolume({level, level});
+    SetVolume(volumeBarLevel());
 }
 
 void TForm1::ProgressBar1MouseDown(int x)
@@ -473,7 +466,7 @@ void TForm1::Timer1Timer()
     StatusBar1[1]->setText(QStringLiteral("Положение: ") + CurTime);
     StatusBar1[3]->setText(QStringLiteral("Кадр: ") + NiceNumberView(CurFrame));
     ProgressBar1->setPosition(seconds);
-    GroupBox3->setTitle(QStringLiteral("Громкость: %1%").arg(levelPercent(m_graphSystem->waveVolume().left)));
+    GroupBox3->setTitle(QStringLiteral("Громкость: %1%").arg(levelPercent(GetVolume())));
     GroupBox1->setTitle(QStringLiteral("Скорость: ") + generalFormat(GetRate()));
     SetVideoRect(Panel3->width(), Panel3->height());
 }
@@ -531,9 +524,13 @@ void TForm1::showMessage(const QString &text)
     ShowMessage(text);
 }
 
-void TForm1::resetSpeedBar()
+void TForm1::showNormalRate()
 {
+    if (TrackBar1->value() == 0)
+        return;
+    const QSignalBlocker blocker(TrackBar1);
     TrackBar1->setValue(0);
+    GroupBox1->setTitle(QStringLiteral("Скорость: ") + generalFormat(1.0));
 }
 
 void TForm1::showOpenedVideo(const QString &filePath)
@@ -556,9 +553,9 @@ void TForm1::showPlaying(bool playing)
     N22->setIcon(icon(playing ? "pause" : "play"));
 }
 
-void TForm1::applyVolume()
+std::uint16_t TForm1::volumeBarLevel()
 {
-    TrackBar3Change();
+    return trackBarLevel(TrackBar3->value());
 }
 
 void TForm1::restartFitting()

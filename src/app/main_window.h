@@ -63,8 +63,8 @@ public:
     /// What sounds when the scene end lies before its start.
     std::function<void()> beep = warningBeep;
 
-    /// File > Open: asks for a video, loads the scene list that belongs to it and opens it. Throws UserError if
-    /// the scene list cannot be read; the video chosen before stays the current one then.
+    /// File > Open: asks for a film, loads the scene list that belongs to it and opens it. Throws UserError if
+    /// the scene list cannot be read; the film chosen before stays the current one then.
     void N3Click();
     void N5Click();
     void GIF1Click();
@@ -113,10 +113,10 @@ protected:
 private:
     void showMessage(const QString &text) override;
     [[nodiscard]] QWidget *videoPanel() override { return Panel3; }
-    void resetSpeedBar() override;
+    void showNormalRate() override;
     void showOpenedVideo(const QString &filePath) override;
     void showPlaying(bool playing) override;
-    void applyVolume() override;
+    [[nodiscard]] std::uint16_t volumeBarLevel() override;
     void restartFitting() override;
 
     void buildPanels();

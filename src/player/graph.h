@@ -4,8 +4,10 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 class QWidget;
 
@@ -41,22 +43,52 @@ public:
     virtual ~MediaEvent() = default;
 };
 
-/// Position, duration and rate. Media times are in 100-ns units.
+/// Position, duration and rate. Media times are in 100-ns units. What every graph has to clamp, round and remember is
+/// done here, once; a body does the rest in the functions that begin with `do`.
 class MediaSeeking {
 public:
     virtual ~MediaSeeking() = default;
 
-    /// Seeks to `current` (absolute) and leaves the stop position alone. Times before the first or after the
-    /// last picture mean that picture. The newest call counts.
-    virtual Status setPositions(MediaTime current, SeekTo picture) = 0;
+    /// Seeks to `current` (absolute) and leaves the stop position alone. Times before the first or after the last
+    /// picture mean that picture; of a stream without a duration only the next picture can be reached, while paused.
+    /// A neighbour is the one of the picture that is there: while one is looked for, or while the pictures run, the
+    /// time counts instead. The newest call counts.
+    Status setPositions(MediaTime current, SeekTo picture);
 
     /// While paused the time of the picture on the screen, rounded up so that its truncated frame number names
-    /// it; from a seek until its picture is there, the time asked for.
-    [[nodiscard]] virtual MediaTime currentPosition() = 0;
+    /// it; from a seek until its picture is there, the time asked for, inside the film.
+    [[nodiscard]] MediaTime currentPosition();
 
-    [[nodiscard]] virtual MediaTime duration() = 0;
-    [[nodiscard]] virtual Status setRate(double rate) = 0;
-    [[nodiscard]] virtual double rate() = 0;
+    /// True when no picture is looked for: that of the newest seek is on the screen.
+    [[nodiscard]] bool isSettled() { return doIsSettled(); }
+
+    /// 0 for a stream that tells none.
+    [[nodiscard]] MediaTime duration() { return std::max<MediaTime>(0, doDuration()); }
+
+    [[nodiscard]] Status setRate(double rate) { return rate > 0.0 ? doSetRate(rate) : statusFailure; }
+    [[nodiscard]] double rate() { return doRate(); }
+
+protected:
+    /// A body calls this when the picture of its newest seek is on the screen, at the earliest from within `doSeek`.
+    void settled() { m_asked.reset(); }
+
+private:
+    /// Starts for `time`, which lies inside the film, or for a neighbour of the picture on the screen, about `time`;
+    /// takes the place of a seek under way.
+    [[nodiscard]] virtual Status doSeek(MediaTime time, SeekTo picture) = 0;
+    [[nodiscard]] virtual bool doIsSettled() = 0;
+    [[nodiscard]] virtual bool doIsPaused() = 0;
+
+    /// Seconds from the film's first picture to the one on the screen, as the library tells them; to what is heard
+    /// and seen while the film runs.
+    [[nodiscard]] virtual double doPosition() = 0;
+    /// Average seconds from picture to picture; 0 without pictures.
+    [[nodiscard]] virtual double doFrameDuration() = 0;
+    [[nodiscard]] virtual MediaTime doDuration() = 0;
+    [[nodiscard]] virtual Status doSetRate(double rate) = 0;
+    [[nodiscard]] virtual double doRate() = 0;
+
+    std::optional<MediaTime> m_asked; ///< the time of a seek that has not settled
 };
 
 /// What the video's picture is like.
@@ -100,8 +132,13 @@ public:
     [[nodiscard]] virtual Queried<MediaSeeking> querySeeking() = 0;
     [[nodiscard]] virtual Queried<VideoWindow> queryVideoWindow() = 0;
 
-    /// Loads the file and builds what plays it, without starting. Blocks until its first picture is known.
-    [[nodiscard]] virtual Status renderFile(const QString &path) = 0;
+    /// Loads the file and builds what plays it, without starting. Blocks until its first picture is known. Nothing but
+    /// a regular local file is ever opened: no folder, pipe, device or address, whatever the name looks like.
+    [[nodiscard]] Status renderFile(const QString &path);
+
+private:
+    /// `path` is absolute and names a regular file, which may be no film.
+    [[nodiscard]] virtual Status doRenderFile(const QString &path) = 0;
 };
 
 /// The left and right level of the program's sound, 0 to 0xFFFF each.

@@ -20,6 +20,8 @@ std::unique_ptr<VideoWindow> pVidWin;
 /// Status of the last checked call.
 Status hr = statusOk;
 
+constexpr double normalRate = 1.0;
+
 /// Child window with sibling clipping.
 constexpr std::uint32_t childWindowStyle = 0x44000000;
 
@@ -147,9 +149,9 @@ void Open(const QString &filePath)
     const double averageTimePerFrame = pBasVid->averageTimePerFrame();
     fps =
         averageTimePerFrame > 0.0 && std::isfinite(averageTimePerFrame) ? 1.0 / averageTimePerFrame : defaultFrameRate;
-    speed = 1.0;
+    speed = normalRate;
     (void)g_pSeek->setRate(speed);
-    display->resetSpeedBar();
+    display->showNormalRate();
 
     if (failed(placed)) {
         display->showMessage(QStringLiteral("hdshow: unable to render "));
@@ -166,7 +168,7 @@ void Open(const QString &filePath)
 
     Duration = GetDuration();
     display->showOpenedVideo(filePath);
-    display->applyVolume();
+    SetVolume(display->volumeBarLevel());
     display->showPlaying(true);
     display->restartFitting();
 }
@@ -210,6 +212,11 @@ void SetPosition(MediaTime position, SeekTo picture)
         g_pSeek->setPositions(position, picture);
 }
 
+bool IsSettled()
+{
+    return !OPENED || g_pSeek->isSettled();
+}
+
 MediaTime GetDuration()
 {
     return OPENED ? g_pSeek->duration() : 0;
@@ -222,6 +229,7 @@ double GetRate()
 
 void SetRate(double rate)
 {
+    speed = rate;
     if (!OPENED)
         return;
     if (PAUSED) {
@@ -232,9 +240,22 @@ void SetRate(double rate)
     hr = g_pSeek->setRate(rate);
     if (hr != statusOk) {
         display->showMessage(QStringLiteral("Error set rate"));
-        display->resetSpeedBar();
+        display->showNormalRate();
+        // A bar that moves back asks for the rate of its middle in turn.
+        if (rate != normalRate)
+            SetRate(normalRate);
     }
     (void)pControl->run();
+}
+
+std::uint16_t GetVolume()
+{
+    return graphSystem->waveVolume().left;
+}
+
+void SetVolume(std::uint16_t level)
+{
+    graphSystem->setWaveVolume({level, level});
 }
 
 void SetVideoRect(int width, int height)

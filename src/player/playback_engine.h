@@ -19,14 +19,14 @@ public:
     virtual void showMessage(const QString &text) = 0;
     /// The widget that the video is drawn into, for as long as the program runs.
     [[nodiscard]] virtual QWidget *videoPanel() = 0;
-    /// Puts the speed track bar back to the middle.
-    virtual void resetSpeedBar() = 0;
+    /// The speed track bar stands in its middle from now on, without asking for a rate, and the rate is 1.
+    virtual void showNormalRate() = 0;
     /// The session has started: duration, picture size, frame rate and file name can be shown.
     virtual void showOpenedVideo(const QString &filePath) = 0;
     /// The captions of the play/pause commands for a session that plays or is paused.
     virtual void showPlaying(bool playing) = 0;
-    /// Sets the wave volume from the volume track bar.
-    virtual void applyVolume() = 0;
+    /// The level (0 to 0xFFFF) that the volume track bar stands at.
+    [[nodiscard]] virtual std::uint16_t volumeBarLevel() = 0;
     /// Restarts the timer that fits the window to the video.
     virtual void restartFitting() = 0;
 };
@@ -56,13 +56,22 @@ void Pause();
 /// open. `picture` tells a frame step from other seeks.
 void SetPosition(MediaTime position, SeekTo picture = SeekTo::Time);
 
+/// True when no picture is looked for: that of the newest seek is on the screen.
+[[nodiscard]] bool IsSettled();
+
 [[nodiscard]] MediaTime GetDuration();
 
 [[nodiscard]] double GetRate();
 
-/// Applies a new rate, which is already stored in `speed`: a running session is paused for it and run again; one
-/// that refuses is reported and put back to rate 1.
+/// Requests a rate, which becomes `speed`: a running session is paused for it and run again; one that refuses is
+/// reported and put back to rate 1.
 void SetRate(double rate);
+
+/// The level (0 to 0xFFFF) of the program's sound, which others may change.
+[[nodiscard]] std::uint16_t GetVolume();
+
+/// Sets the level of both channels, whether or not a video is open.
+void SetVolume(std::uint16_t level);
 
 /// Places the picture at (0, 0) of the panel with this size (logical pixels).
 void SetVideoRect(int width, int height);

@@ -136,8 +136,13 @@ void TForm3::Save1Click()
 
 void TForm3::Open1Click()
 {
-    const QString fileName = scenesFileOf(VideoPath);
-    if (VideoPath.isEmpty() || !QFileInfo(fileName).exists() || QFileInfo(fileName).isDir())
+    openListOf(VideoPath);
+}
+
+void TForm3::openListOf(const QString &filmPath)
+{
+    const QString fileName = scenesFileOf(filmPath);
+    if (filmPath.isEmpty() || !QFileInfo(fileName).exists() || QFileInfo(fileName).isDir())
         return;
     const BusyPointer busy;
     XMLDocument1.LoadFromFile(fileName);

@@ -25,9 +25,7 @@ public:
     /// that fails; file and list are what they were then.
     void Save1Click();
 
-    /// Reads the list from the scenes file of the current video; a missing file leaves the list as it is. Throws
-    /// UserError if the file cannot be read; the list is what it was then, but for a file with elements inside a
-    /// field: its scenes before that one are in the list, and the video is closed.
+    /// `openListOf` the current film.
     void Open1Click();
 
     /// Deletes the current row.
@@ -41,6 +39,11 @@ public:
     void StringGrid1Click();
     /// Seeks the video to the start of the current row's scene; nothing while no video is open.
     void StringGrid1DblClick();
+
+    /// Reads the list from the scenes file of the film at `filmPath`; a missing file leaves the list as it is. Throws
+    /// UserError if the file cannot be read; the list is what it was then, but for a file with elements inside a
+    /// field: its scenes before that one are in the list, and the film that is open is closed.
+    void openListOf(const QString &filmPath);
 
     /// Shows the window in front of the others and leaves the keyboard's focus where it is.
     void bringToFront();

@@ -95,6 +95,7 @@ void MainWindowTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     m_film = m_folder->filePath("фильм.avi");
+    QVERIFY(QFile(m_film).open(QIODevice::WriteOnly));
     VideoPath.clear();
     INITIALIZED = false;
     m_boxes.clear();
@@ -299,8 +300,8 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
     QVERIFY(asked.size() == 2 && asked[0] == inApplicationFolder("Tavrin.chm") && asked[1].startsWith("https://"));
 
     bool came = false;
-    QTimer::singleShot(200, AboutBox, [&] {
-        came = AboutBox->isActiveWindow();
+    QTimer::singleShot(0, AboutBox, [&] {
+        came = QTest::qWaitForWindowActive(AboutBox);
         AboutBox->close();
     });
     press("Ctrl+F1");

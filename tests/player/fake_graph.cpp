@@ -1,5 +1,8 @@
 #include "fake_graph.h"
 
+#include <QFile>
+#include <QTimer>
+
 #include <algorithm>
 
 namespace {
@@ -7,36 +10,23 @@ namespace {
 /// Every part of the graph but its builder.
 class Part final : public MediaControl, public MediaSeeking, public BasicVideo, public VideoWindow {
 public:
-    explicit Part(FakeGraphSystem &system) : m_system(system) {}
+    explicit Part(FakeGraphSystem &system) : m_system(system)
+    {
+        m_landing.setSingleShot(true);
+        m_landing.callOnTimeout(&m_landing, [this] { land(); });
+    }
 
     Status run() override
     {
-        m_system.running = true;
+        m_system.stand(m_system.now(), true);
         return m_system.step("run");
     }
     Status pause() override
     {
-        m_system.running = false;
+        m_system.stand(m_system.now(), false);
         return m_system.step("pause");
     }
     Status stop() override { return m_system.step("stop"); }
-
-    Status setPositions(MediaTime current, SeekTo) override
-    {
-        m_system.position = std::clamp<MediaTime>(current, 0, m_system.duration);
-        return m_system.step(QString("seek %1").arg(current));
-    }
-    MediaTime currentPosition() override { return m_system.position; }
-    MediaTime duration() override { return m_system.duration; }
-    Status setRate(double newRate) override
-    {
-        const Status status = m_system.step("rate");
-        if (newRate == m_system.refusedRate)
-            return statusFailure;
-        m_system.rate = newRate;
-        return status;
-    }
-    double rate() override { return m_system.rate; }
 
     std::int32_t sourceWidth() override { return m_system.width; }
     std::int32_t sourceHeight() override { return m_system.height; }
@@ -47,7 +37,40 @@ public:
     Status setWindowPosition(int, int, int, int) override { return m_system.step("place"); }
 
 private:
+    Status doSeek(MediaTime time, SeekTo) override
+    {
+        const Status status = m_system.step(QString("seek %1").arg(time));
+        m_target = time;
+        if (m_system.isLive)
+            m_landing.start(0);
+        else
+            land();
+        return status;
+    }
+    void land()
+    {
+        m_system.stand(m_target, m_system.running);
+        settled();
+    }
+    bool doIsSettled() override { return !m_landing.isActive(); }
+    bool doIsPaused() override { return !m_system.running; }
+    double doPosition() override { return secondsOf(m_system.now()); }
+    double doFrameDuration() override { return m_system.frameSeconds; }
+    MediaTime doDuration() override { return m_system.duration; }
+    Status doSetRate(double newRate) override
+    {
+        const Status status = m_system.step("rate");
+        if (newRate == m_system.refusedRate)
+            return statusFailure;
+        m_system.stand(m_system.now(), m_system.running);
+        m_system.rate = newRate;
+        return status;
+    }
+    double doRate() override { return m_system.rate; }
+
     FakeGraphSystem &m_system;
+    QTimer m_landing;
+    MediaTime m_target = 0;
 };
 
 class Builder final : public GraphBuilder {
@@ -56,7 +79,7 @@ public:
     {
         ++m_system.graphsAlive;
         ++m_system.graphsBuilt;
-        m_system.position = 0;
+        m_system.stand(0, false);
     }
     ~Builder() override { --m_system.graphsAlive; }
 
@@ -69,13 +92,16 @@ public:
         const Status status = m_system.step("event");
         return {status, failed(status) ? nullptr : std::make_unique<MediaEvent>()};
     }
-    Status renderFile(const QString &path) override
-    {
-        m_system.calls << "file " + path;
-        return m_system.step("render");
-    }
 
 private:
+    Status doRenderFile(const QString &path) override
+    {
+        m_system.calls << "file " + path;
+        QFile file(path);
+        const bool isText = m_system.isLive && file.open(QIODevice::ReadOnly) && !file.read(1000).contains('\0');
+        return isText ? statusFailure : m_system.step("render");
+    }
+
     template <typename Interface>
     Queried<Interface> answer(const QString &name)
     {
@@ -107,4 +133,24 @@ Status FakeGraphSystem::step(const QString &name)
     calls << name;
     const auto found = statuses.find(name);
     return found == statuses.end() ? statusOk : found->second;
+}
+
+int FakeGraphSystem::shownNumber() const
+{
+    return graphsAlive > 0 ? static_cast<int>(frameNumber(now(), 1.0 / frameSeconds)) : -1;
+}
+
+void FakeGraphSystem::stand(MediaTime newPosition, bool runs)
+{
+    // What stands, stands on a picture.
+    const auto frame = mediaTimeAt(frameSeconds);
+    position = isLive && !runs ? std::min(newPosition, duration - 1) / frame * frame : newPosition;
+    running = runs;
+    sinceRun.start();
+}
+
+MediaTime FakeGraphSystem::now() const
+{
+    const double elapsed = isLive && running ? static_cast<double>(sinceRun.nsecsElapsed()) / 100.0 * rate : 0.0;
+    return std::min(position + static_cast<MediaTime>(elapsed), duration - 1);
 }

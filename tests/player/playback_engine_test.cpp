@@ -2,6 +2,7 @@
 
 #include "player/playback_engine.h"
 
+#include <QTemporaryFile>
 #include <QTest>
 #include <QWidget>
 
@@ -14,20 +15,15 @@ public:
     QStringList messages;
     QString openedPath;
     int fittings = 0;
-    int volumes = 0;
+    int resets = 0;
     bool playing = false;
 
     void showMessage(const QString &text) override { messages << text; }
     QWidget *videoPanel() override { return &panel; }
-    void resetSpeedBar() override
-    {
-        // The bar's own handler asks for the rate of its middle.
-        speed = 1.0;
-        SetRate(1.0);
-    }
+    void showNormalRate() override { ++resets; }
     void showOpenedVideo(const QString &filePath) override { openedPath = filePath; }
     void showPlaying(bool isPlaying) override { playing = isPlaying; }
-    void applyVolume() override { ++volumes; }
+    std::uint16_t volumeBarLevel() override { return 0x1234; }
     void restartFitting() override { ++fittings; }
 };
 
@@ -45,12 +41,14 @@ private Q_SLOTS:
     void commandsAreTakenOnce();
 
 private:
+    QTemporaryFile m_film;
     std::unique_ptr<FakeGraphSystem> m_system;
     std::unique_ptr<RecordingDisplay> m_display;
 };
 
 void PlaybackEngineTest::init()
 {
+    QVERIFY(m_film.open());
     m_system = std::make_unique<FakeGraphSystem>();
     m_display = std::make_unique<RecordingDisplay>();
     initializeEngine(*m_system, *m_display);
@@ -68,19 +66,19 @@ void PlaybackEngineTest::openStartsPlayingAtRateOne()
     speed = 3.0;
     // A stream without pictures has a rate all the same.
     m_system->frameSeconds = 0.0;
-    Open("/film.avi");
+    Open(m_film.fileName());
     QVERIFY(OPENED && !PAUSED);
     QCOMPARE(speed, 1.0);
     QCOMPARE(fps, 25.0);
     QCOMPARE(QSize(srcWidth, srcHeight), QSize(1280, 720));
     QCOMPARE(Duration, MediaTime(905'000'000));
     QCOMPARE(m_system->calls,
-             QStringList({"initialize", "create", "control", "event", "picture", "seeking", "file /film.avi", "render",
-                          "window", "owner", "style", "place", "rate", "run"}));
-    QCOMPARE(m_display->openedPath, QString("/film.avi"));
+             QStringList({"initialize", "create", "control", "event", "picture", "seeking", "file " + m_film.fileName(),
+                          "render", "window", "owner", "style", "place", "rate", "run"}));
+    QCOMPARE(m_display->openedPath, m_film.fileName());
     QVERIFY(m_display->playing);
-    QCOMPARE(m_display->volumes, 1);
-    QCOMPARE(m_display->fittings, 1);
+    QVERIFY(m_system->level.left == 0x1234 && m_system->level.right == 0x1234);
+    QVERIFY(m_display->resets == 1 && m_display->fittings == 1);
     QVERIFY(m_display->messages.isEmpty());
 }
 
@@ -114,12 +112,12 @@ void PlaybackEngineTest::eachFailingStepShowsItsText()
 {
     QFETCH(QStringList, steps);
     QFETCH(Status, status);
-    Open("/first.avi");
+    Open(m_film.fileName());
     m_system->calls.clear();
     m_display->openedPath.clear();
     for (const QString &step : steps)
         m_system->statuses[step] = status;
-    Open("/film.avi");
+    Open(m_film.fileName());
     QCOMPARE(m_system->calls.constFirst(), QString("stop"));
     QTEST(m_display->messages, "texts");
     const bool opens = steps.constLast() == "run" || !failed(status);
@@ -134,14 +132,14 @@ void PlaybackEngineTest::eachFailingStepShowsItsText()
     QCOMPARE(m_system->calls.contains("run"), opens);
     // The next open starts from nothing all the same.
     m_system->statuses.clear();
-    Open("/film.avi");
+    Open(m_film.fileName());
     QVERIFY(OPENED);
     QCOMPARE(m_system->graphsAlive, 1);
 }
 
 void PlaybackEngineTest::commandsAreTakenOnce()
 {
-    Open("/film.avi");
+    Open(m_film.fileName());
     m_system->calls.clear();
     m_system->refusedRate = 3.0;
     Play();
@@ -159,12 +157,16 @@ void PlaybackEngineTest::commandsAreTakenOnce()
     QCOMPARE(m_display->fittings, 2);
     QVERIFY(m_display->messages.isEmpty());
 
-    // A rate that is refused goes back to one by way of the bar, and the film runs on.
+    // A rate that is refused goes back to one, bar and all, and the film runs on.
     m_system->calls.clear();
     SetRate(3.0);
     QCOMPARE(m_system->calls, QStringList({"pause", "rate", "pause", "rate", "run", "run"}));
     QCOMPARE(m_display->messages, QStringList({"Error set rate"}));
-    QCOMPARE(GetRate(), 1.0);
+    QVERIFY(GetRate() == 1.0 && speed == 1.0 && m_display->resets == 2);
+    // One that is refused as well is not asked for twice.
+    m_system->refusedRate = 1.0;
+    SetRate(1.0);
+    QCOMPARE(m_display->messages.size(), 2);
 }
 
 QTEST_MAIN(PlaybackEngineTest)

@@ -6,9 +6,9 @@
 class QuietDisplay : public PlayerDisplay {
 public:
     void showMessage(const QString &) override {}
-    void resetSpeedBar() override {}
+    void showNormalRate() override {}
     void showOpenedVideo(const QString &) override {}
     void showPlaying(bool) override {}
-    void applyVolume() override {}
+    std::uint16_t volumeBarLevel() override { return GetVolume(); }
     void restartFitting() override {}
 };

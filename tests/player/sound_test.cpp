@@ -1,4 +1,4 @@
-#include "mpv_player.h"
+#include "engine_player.h"
 
 #include "films/film_maker.h"
 
@@ -18,7 +18,7 @@ class SoundTest : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
-    void init() { m_player = std::make_unique<MpvPlayer>(); }
+    void init() { m_player = std::make_unique<EnginePlayer>(); }
     void cleanup();
     void withoutAServerTheFilmPlaysAndTheLevelWaits();
     void theLevelFollowsBothWays();
@@ -54,18 +54,14 @@ private:
         const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
         return found.hasMatch() ? found.captured(1).toInt() : -1;
     }
-    [[nodiscard]] int told() { return qRound(m_player->system().waveVolume().left * 100.0 / 0xFFFF); }
-    void setLevel(int percent)
-    {
-        const auto level = static_cast<std::uint16_t>(qRound(percent * 0xFFFF / 100.0));
-        m_player->system().setWaveVolume({level, level});
-    }
+    [[nodiscard]] static int told() { return qRound(GetVolume() * 100.0 / 0xFFFF); }
+    static void setLevel(int percent) { SetVolume(static_cast<std::uint16_t>(qRound(percent * 0xFFFF / 100.0))); }
 
     static constexpr auto homes = {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"};
     QTemporaryDir m_folder;
     QProcess m_server;
     QString m_film;
-    std::unique_ptr<MpvPlayer> m_player;
+    std::unique_ptr<EnginePlayer> m_player;
 };
 
 void SoundTest::initTestCase()

@@ -33,6 +33,7 @@ SceneWindows::~SceneWindows()
 void SceneWindows::openVideo(const QString &name)
 {
     VideoPath = path(name);
+    QVERIFY(QFile(VideoPath).open(QIODevice::Append));
     Open(VideoPath);
     QVERIFY(OPENED);
 }

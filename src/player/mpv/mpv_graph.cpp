@@ -24,23 +24,31 @@ private:
 
 class Seeking final : public MediaSeeking {
 public:
-    explicit Seeking(std::shared_ptr<MpvSession> session) : m_session(std::move(session)) {}
-    Status setPositions(MediaTime current, SeekTo picture) override { return m_session->seek(current, picture); }
-    MediaTime currentPosition() override { return m_session->position(); }
-    MediaTime duration() override { return m_session->duration(); }
-    Status setRate(double rate) override { return m_session->setRate(rate); }
-    double rate() override { return m_session->rate(); }
+    explicit Seeking(std::shared_ptr<MpvSession> session) : m_session(std::move(session))
+    {
+        QObject::connect(m_session.get(), &MpvSession::landed, &m_listener, [this] { settled(); });
+    }
 
 private:
+    Status doSeek(MediaTime time, SeekTo picture) override { return m_session->seek(time, picture); }
+    bool doIsSettled() override { return m_session->isSettled(); }
+    bool doIsPaused() override { return m_session->isPaused(); }
+    double doPosition() override { return m_session->position(); }
+    double doFrameDuration() override { return m_session->film().times.frame; }
+    MediaTime doDuration() override { return m_session->film().duration; }
+    Status doSetRate(double rate) override { return m_session->setRate(rate); }
+    double doRate() override { return m_session->rate(); }
+
     std::shared_ptr<MpvSession> m_session;
+    QObject m_listener;
 };
 
 class Picture final : public BasicVideo {
 public:
     explicit Picture(std::shared_ptr<MpvSession> session) : m_session(std::move(session)) {}
-    std::int32_t sourceWidth() override { return m_session->width(); }
-    std::int32_t sourceHeight() override { return m_session->height(); }
-    double averageTimePerFrame() override { return m_session->averageTimePerFrame(); }
+    std::int32_t sourceWidth() override { return m_session->film().width; }
+    std::int32_t sourceHeight() override { return m_session->film().height; }
+    double averageTimePerFrame() override { return m_session->film().times.frame; }
 
 private:
     std::shared_ptr<MpvSession> m_session;
@@ -89,9 +97,10 @@ public:
     Queried<BasicVideo> queryBasicVideo() override { return role<Picture, BasicVideo>(m_session); }
     Queried<MediaSeeking> querySeeking() override { return role<Seeking, MediaSeeking>(m_session); }
     Queried<VideoWindow> queryVideoWindow() override { return role<Window, VideoWindow>(m_session); }
-    Status renderFile(const QString &path) override { return m_session->render(path); }
 
 private:
+    Status doRenderFile(const QString &path) override { return m_session->render(path); }
+
     std::shared_ptr<MpvSession> m_session;
 };
 
@@ -122,7 +131,7 @@ Queried<GraphBuilder> MpvGraphSystem::createGraphBuilder()
     }
     if (!session->isValid())
         return {};
-    session->setLevel(m_level.left);
+    session->sound().setLevel(m_level.left);
     m_session = session;
     return {statusOk, std::make_unique<Builder>(std::move(session))};
 }
@@ -130,7 +139,7 @@ Queried<GraphBuilder> MpvGraphSystem::createGraphBuilder()
 WaveLevel MpvGraphSystem::waveVolume()
 {
     if (const auto session = m_session.lock())
-        m_level = {session->level(), session->level()};
+        m_level.left = m_level.right = session->sound().level();
     return m_level;
 }
 
@@ -138,5 +147,5 @@ void MpvGraphSystem::setWaveVolume(WaveLevel level)
 {
     m_level = level;
     if (const auto session = m_session.lock())
-        session->setLevel(level.left);
+        session->sound().setLevel(level.left);
 }

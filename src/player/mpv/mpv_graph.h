@@ -22,8 +22,6 @@ public:
     [[nodiscard]] WaveLevel waveVolume() override;
     void setWaveVolume(WaveLevel level) override;
 
-    /// The session of the graph that is alive, or null.
-    [[nodiscard]] MpvSession *session() const { return m_session.lock().get(); }
     [[nodiscard]] VideoSurface &surface() const { return *m_surface; }
 
 private:

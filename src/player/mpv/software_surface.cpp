@@ -175,10 +175,10 @@ void SoftwareWidget::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
     const QImage picture = m_surface.picture();
-    if (picture.isNull())
+    // The picture of the size before does not cover a widget that has grown.
+    if (picture.deviceIndependentSize() != QSizeF(size()))
         painter.fillRect(event->rect(), Qt::black);
-    else
-        painter.drawImage(QPoint(0, 0), picture);
+    painter.drawImage(QPoint(0, 0), picture);
 }
 
 void SoftwareWidget::resizeEvent(QResizeEvent *event)

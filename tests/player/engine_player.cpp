@@ -1,6 +1,5 @@
-#include "mpv_player.h"
+#include "engine_player.h"
 
-#include "films/film_witness.h"
 #include "util/media_time.h"
 
 #include <QCoreApplication>
@@ -9,34 +8,52 @@
 #include <QTest>
 #include <QTimer>
 
-MpvPlayer::MpvPlayer(std::unique_ptr<VideoSurface> (*makeSurface)(QWidget *))
-    : m_system(&m_panel, makeSurface(&m_panel))
+#include <utility>
+
+EnginePlayer::EnginePlayer(std::unique_ptr<GraphSystem> (*makeSystem)(QWidget *), QSize panelSize)
+    : m_system(makeSystem(&m_panel))
 {
-    m_panel.resize(640, 360);
+    m_panel.resize(panelSize);
     m_panel.show();
-    initializeEngine(m_system, *this);
+    initializeEngine(*m_system, *this);
 }
 
-MpvPlayer::~MpvPlayer()
+EnginePlayer::~EnginePlayer()
 {
     releaseEngine();
 }
 
-void MpvPlayer::openPaused(const QString &path)
+void EnginePlayer::openPaused(const QString &path)
 {
     Open(path);
     Pause();
     seekTo(0);
 }
 
-bool MpvPlayer::settle()
+void EnginePlayer::pause()
+{
+    Pause();
+    QVERIFY(settle());
+    // Longer than two pictures are apart; longer still where the position names another picture.
+    const auto stands = [this](int shown) { return shown == frameNumber(GetPosition(), fps) ? 150 : 300; };
+    QElapsedTimer unchanged;
+    unchanged.start();
+    for (int shown = shownNumber(); !unchanged.hasExpired(stands(shown));) {
+        constexpr int pollMilliseconds = 10;
+        runEvents(pollMilliseconds);
+        if (const int before = std::exchange(shown, shownNumber()); before != shown)
+            unchanged.restart();
+    }
+}
+
+bool EnginePlayer::settle()
 {
     QElapsedTimer waited;
     waited.start();
     // Given a time limit, processEvents() would run through and take the decoder's processor.
     QTimer alarm;
     alarm.start(20);
-    while (m_system.session() && !m_system.session()->isSettled()) {
+    while (!IsSettled()) {
         if (waited.elapsed() > 10'000)
             return false;
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -46,27 +63,22 @@ bool MpvPlayer::settle()
     return true;
 }
 
-void MpvPlayer::stepForward()
+void EnginePlayer::stepForward()
 {
     SetPosition(steppedPosition(GetPosition(), unitsPerSecond / fps, Duration), SeekTo::NextPicture);
     QVERIFY(settle());
 }
 
-void MpvPlayer::stepBack()
+void EnginePlayer::stepBack()
 {
     SetPosition(steppedPosition(GetPosition(), -unitsPerSecond / fps, Duration), SeekTo::PreviousPicture);
     QVERIFY(settle());
 }
 
-void MpvPlayer::seekTo(MediaTime time)
+void EnginePlayer::seekTo(MediaTime time)
 {
     SetPosition(time);
     QVERIFY(settle());
-}
-
-int MpvPlayer::shownNumber()
-{
-    return paintedFrameNumber(m_system.surface().picture()).value_or(-1);
 }
 
 void runEvents(int milliseconds)

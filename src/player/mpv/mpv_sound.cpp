@@ -1,0 +1,67 @@
+#include "player/mpv/mpv_sound.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+/// How soon after a start it is looked whether the core has started; twice as long each time it has not. A demuxer
+/// that has come to the film's end now and then reads nothing for the sound that is selected again, and the core
+/// waits for it forever.
+constexpr auto firstStartCheck = std::chrono::milliseconds(300);
+
+} // namespace
+
+MpvSound::MpvSound(MpvCore &core) : m_core(core)
+{
+    m_startCheck.setSingleShot(true);
+    connect(&m_startCheck, &QTimer::timeout, this, &MpvSound::checkStart);
+}
+
+std::uint16_t MpvSound::level()
+{
+    constexpr double full = 0xFFFF;
+    if (const std::optional<double> percent = m_levelApplied ? m_core.number("ao-volume") : std::nullopt)
+        m_level = static_cast<std::uint16_t>(std::clamp(std::round(*percent / 100.0 * full), 0.0, full));
+    return m_level;
+}
+
+void MpvSound::setLevel(std::uint16_t level)
+{
+    m_level = level;
+    const double percent = level / static_cast<double>(0xFFFF) * 100.0;
+    // One of the two mixers sets the level and the other one stays open.
+    m_levelApplied = m_core.setNumber("ao-volume", percent);
+    m_core.setNumber("volume", m_levelApplied ? 100.0 : percent);
+}
+
+void MpvSound::silence()
+{
+    if (m_silent)
+        return;
+    // Somebody may have set the stream's level outside; the next stream takes it over.
+    (void)level();
+    m_silent = m_core.setString("aid", "no");
+    m_levelApplied = false;
+}
+
+void MpvSound::wake()
+{
+    if (std::exchange(m_silent, false))
+        m_core.setString("aid", "auto");
+    m_startedAt = m_core.number("time-pos");
+    m_startCheck.start(firstStartCheck);
+}
+
+void MpvSound::checkStart()
+{
+    const bool started =
+        m_core.number("audio-pts") || m_core.number("time-pos") != m_startedAt || m_core.flag("eof-reached");
+    if (started)
+        return;
+    m_core.setString("aid", "no");
+    m_core.setString("aid", "auto");
+    m_startCheck.start(2 * m_startCheck.intervalAsDuration());
+}
