@@ -204,17 +204,6 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
     return replacement;
 }
 
-std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes)
-{
-    std::error_code error;
-    const std::unique_ptr<FileReplacement> replacement = FileReplacement::create(file, error);
-    if (!replacement)
-        return error;
-    if ((error = replacement->write(bytes)))
-        return error;
-    return replacement->commit();
-}
-
 std::error_code flushFile(const std::filesystem::path &file)
 {
     const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
