@@ -3,11 +3,11 @@
 #include <QFile>
 #include <QPainter>
 #include <QTransform>
-#include <QXmlStreamReader>
 #include <QtMath>
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 // A static library's resources are there only once asked for; the macro wants no namespace around it.
 static void loadFigureFile()
@@ -63,6 +63,13 @@ Turned turned(const QRectF &bounds, double depth, Direction direction)
     return result;
 }
 
+Drawing readFigure()
+{
+    loadFigureFile();
+    QFile file(QStringLiteral(":/about/figure.svg"));
+    return file.open(QIODevice::ReadOnly) ? Drawing::read(file.readAll()).value_or(Drawing()) : Drawing();
+}
+
 } // namespace
 
 Direction directionTo(QPoint point, const QRect &rect)
@@ -80,58 +87,38 @@ Direction pictureDirection(int number)
     return {(number - 1) % 3 - 1, (number - 1) / 3 - 1};
 }
 
-void Figure::readDrawing()
-{
-    loadFigureFile();
-    QFile file(QStringLiteral(":/about/figure.svg"));
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    const QByteArray source = file.readAll();
-    m_drawing.load(source);
-
-    QXmlStreamReader reader(source);
-    while (!reader.atEnd()) {
-        if (reader.readNext() != QXmlStreamReader::StartElement || reader.name() != QLatin1String("g"))
-            continue;
-        const QXmlStreamAttributes attributes = reader.attributes();
-        Layer layer;
-        layer.id = attributes.value(QLatin1String("id")).toString().toStdString();
-        layer.bounds = m_drawing.boundsOnElement(QString::fromStdString(layer.id));
-        layer.depth = attributes.value(QLatin1String("data-depth")).toDouble(&layer.turns);
-        m_layers.push_back(std::move(layer));
-    }
-}
-
 QImage Figure::picture(Direction direction, int side)
 {
-    if (m_layers.empty())
-        readDrawing();
+    if (!m_drawing)
+        m_drawing = readFigure();
 
     struct Placed {
-        const Layer *layer = nullptr;
+        const Drawing::Group *layer = nullptr;
         Turned turned;
     };
     std::vector<Placed> placed;
-    for (const Layer &layer : m_layers)
-        placed.push_back({&layer, layer.turns ? turned(layer.bounds, layer.depth, direction) : Turned{}});
+    for (const Drawing::Group &layer : m_drawing->groups()) {
+        const std::optional<double> depth = layer.depth();
+        placed.push_back({&layer, depth ? turned(layer.bounds(), *depth, direction) : Turned{}});
+    }
     // What is before covers what is behind; what does not turn stands behind it all.
     std::stable_sort(placed.begin(), placed.end(), [](const Placed &a, const Placed &b) {
-        if (a.layer->turns != b.layer->turns)
-            return b.layer->turns;
-        return a.layer->turns && a.turned.depth < b.turned.depth;
+        if (a.layer->depth().has_value() != b.layer->depth().has_value())
+            return b.layer->depth().has_value();
+        return a.layer->depth() && a.turned.depth < b.turned.depth;
     });
 
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QSizeF size = m_drawing.viewBoxF().size();
+    const QSizeF size = m_drawing->size();
     if (size.isEmpty())
         return image;
     const QTransform toPixels = QTransform::fromScale(side / size.width(), side / size.height());
     for (const Placed &each : placed) {
         painter.setTransform(each.turned.transform * toPixels);
-        m_drawing.render(&painter, QString::fromStdString(each.layer->id), each.layer->bounds);
+        each.layer->paint(&painter);
     }
     return image;
 }

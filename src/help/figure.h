@@ -1,12 +1,12 @@
 #pragma once
 
+#include "widgets/drawing.h"
+
 #include <QImage>
 #include <QPoint>
 #include <QRect>
-#include <QSvgRenderer>
 
-#include <string>
-#include <vector>
+#include <optional>
 
 /// One of the nine directions: −1 is left or above, 0 level, 1 right or below.
 struct Direction {
@@ -35,16 +35,5 @@ public:
     [[nodiscard]] QImage picture(Direction direction, int side);
 
 private:
-    struct Layer {
-        std::string id;
-        QRectF bounds;
-        /// How far before the middle of the head; layers that do not turn have none.
-        double depth = 0;
-        bool turns = false;
-    };
-
-    void readDrawing();
-
-    QSvgRenderer m_drawing;
-    std::vector<Layer> m_layers;
+    std::optional<Drawing> m_drawing; ///< each group is a layer
 };

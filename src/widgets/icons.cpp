@@ -1,11 +1,13 @@
 #include "widgets/icons.h"
 
+#include "widgets/drawing.h"
+
+#include <QFile>
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
-#include <QSvgRenderer>
 
 #include <map>
 #include <utility>
@@ -18,9 +20,9 @@ static void loadIconFiles()
 
 namespace {
 
-class SvgIconEngine : public QIconEngine {
+class DrawnIconEngine : public QIconEngine {
 public:
-    explicit SvgIconEngine(const char *name) : m_name(name) {}
+    explicit DrawnIconEngine(const char *name) : m_name(name) {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {
@@ -39,13 +41,15 @@ public:
             return found->second;
         QImage image(size, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
-        loadIconFiles();
-        QSvgRenderer picture(QStringLiteral(":/icons/") + QLatin1String(m_name) + QStringLiteral(".svg"));
-        if (picture.isValid()) {
+        if (const auto drawing = readDrawing()) {
             QPainter painter(&image);
-            picture.setAspectRatioMode(Qt::KeepAspectRatio);
-            picture.render(&painter);
+            painter.setRenderHint(QPainter::Antialiasing);
+            const QSizeF scaled = drawing->size().scaled(size, Qt::KeepAspectRatio);
+            painter.translate((size.width() - scaled.width()) / 2, (size.height() - scaled.height()) / 2);
+            painter.scale(scaled.width() / drawing->size().width(), scaled.height() / drawing->size().height());
+            drawing->paint(&painter);
             if (disabled) {
+                painter.resetTransform();
                 painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
                 painter.fillRect(image.rect(), QGuiApplication::palette().color(QPalette::Disabled, QPalette::Text));
             }
@@ -58,9 +62,16 @@ public:
         return pixmap(size, mode, state);
     }
 
-    QIconEngine *clone() const override { return new SvgIconEngine(m_name); } // QIcon takes it
+    QIconEngine *clone() const override { return new DrawnIconEngine(m_name); } // QIcon takes it
 
 private:
+    [[nodiscard]] std::optional<Drawing> readDrawing() const
+    {
+        loadIconFiles();
+        QFile file(QStringLiteral(":/icons/") + QLatin1String(m_name) + QStringLiteral(".svg"));
+        return file.open(QIODevice::ReadOnly) ? Drawing::read(file.readAll()) : std::nullopt;
+    }
+
     const char *m_name;
     std::map<std::pair<std::pair<int, int>, bool>, QPixmap> m_drawn;
 };
@@ -69,5 +80,5 @@ private:
 
 QIcon icon(const char *name)
 {
-    return QIcon(new SvgIconEngine(name)); // QIcon takes it
+    return QIcon(new DrawnIconEngine(name)); // QIcon takes it
 }
