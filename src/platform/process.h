@@ -21,9 +21,8 @@ protected:
 
 /// Starts the executable at `path` (UTF-8) with one command-line argument, without a window and detached from the
 /// terminal. The process learns of this one's end from the system itself, however this one ends, and shares this
-/// one's named objects (shared_objects.h), which no other copy of the program sees; besides these it inherits no
-/// descriptor. Returns when the process has called `tellReady` or has ended, or after `patience`. Null if it could
-/// not be started.
+/// one's named objects (shared_objects.h); besides these it inherits no descriptor. Returns when the process has called
+/// `tellReady` or has ended, or after `patience`. Null if it could not be started.
 [[nodiscard]] std::unique_ptr<HiddenProcess>
 startHiddenProcess(const std::string &path, const std::string &argument,
                    std::chrono::milliseconds patience = std::chrono::milliseconds(1000));

@@ -5,8 +5,9 @@
 #include <string>
 
 // Objects that the processes of one running program share by name: the program and what it starts through
-// `startHiddenProcess`. Names are UTF-8, of any characters, up to about 60; the same name in another copy of the
-// program, or of another user, is another object.
+// `startHiddenProcess`. Names are UTF-8, of any characters, up to about 60. The same name of another user is another
+// object; in another copy of the program it is another one too, or, where the system's names are wider than that
+// (Windows), it is refused to the later copy while the earlier one holds it.
 
 /// A named mutex that tells whether its creator is alive. It is never waited on, only tested for existence; it
 /// vanishes with the process that created it, in whichever way that process ends.

@@ -1,6 +1,6 @@
 #include "platform/shell_open.h"
 
-#include <filesystem>
+#include "platform/windows/wide_text.h"
 
 #include <windows.h>
 
@@ -8,7 +8,5 @@
 
 void shellOpen(const std::string &address)
 {
-    const std::u8string utf8(address.begin(), address.end());
-    const std::wstring wide = std::filesystem::path(utf8).wstring();
-    ShellExecuteW(nullptr, L"open", wide.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    ShellExecuteW(nullptr, L"open", wideText(address).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }

@@ -1,0 +1,6 @@
+#include "platform/settings.h"
+
+std::string noSettingsFolder()
+{
+    return R"(\\.\NUL)";
+}
