@@ -1,7 +1,9 @@
 #include "export/gif_export_dialog.h"
 
+#include "export/left_out_scenes.h"
 #include "export/radio_group.h"
 #include "export/scene_gif.h"
+#include "export/status_panel.h"
 #include "player/player_state.h"
 #include "scenes/scene.h"
 #include "scenes/scene_list_window.h"
@@ -13,12 +15,13 @@
 #include "widgets/icons.h"
 #include "widgets/message_box.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScopedValueRollback>
 #include <QShowEvent>
 #include <QStatusBar>
 #include <QTimer>
@@ -37,7 +40,7 @@ const QString dialogCaption = QStringLiteral("Экспорт изображен�
 
 constexpr QSize clientSize(347, 235);
 constexpr int buttonHeight = 27;
-constexpr int panel0Width = 300;
+constexpr int panel1Width = 34;
 constexpr int tickMilliseconds = 100;
 
 /// The index of RadioGroup1's item.
@@ -111,10 +114,8 @@ void TForm4::buildControls()
     BitBtn1 = button("BitBtn1", "export-gif", QStringLiteral("Создать GIF анимации сцен"), &TForm4::BitBtn1Click);
     BitBtn1->setDefault(true);
     BitBtn3 = button("BitBtn3", "close", QStringLiteral("Отмена"), &TForm4::BitBtn3Click);
-    for (QLabel *&panel : StatusBar1) {
-        panel = new QLabel(this);
-        panel->setTextFormat(Qt::PlainText);
-    }
+    for (StatusPanel *&panel : StatusBar1)
+        panel = new StatusPanel(this);
     StatusBar1[0]->setAlignment(Qt::AlignCenter);
 
     Timer1 = new QTimer(this);
@@ -141,9 +142,10 @@ void TForm4::buildLayout()
 
     auto *statusBar = new QStatusBar(this);
     statusBar->setSizeGripEnabled(false);
-    StatusBar1[0]->setMinimumWidth(panel0Width);
-    statusBar->addWidget(StatusBar1[0]);
-    statusBar->addWidget(StatusBar1[1], 1);
+    // The first panel gives way to a long text in the second one.
+    StatusBar1[1]->setMinimumWidth(panel1Width);
+    statusBar->addWidget(StatusBar1[0], 1);
+    statusBar->addWidget(StatusBar1[1]);
 
     auto *all = new QVBoxLayout(this);
     all->setContentsMargins(0, 0, 0, 0);
@@ -161,7 +163,10 @@ void TForm4::showEvent(QShowEvent *event)
 void TForm4::FormShow()
 {
     ProgressBar1->setValue(0);
-    StatusBar1[0]->clear();
+    for (StatusPanel *panel : StatusBar1) {
+        panel->clear();
+        panel->setToolTip({});
+    }
     setWindowTitle(dialogCaption);
     ProgressBar1->setMaximum(lastRow());
     BitBtn1->setEnabled(true);
@@ -180,6 +185,8 @@ void TForm4::BitBtn1Click()
     FR->SetFramesBuf(1);
     FR->ResizeVideoBuf();
     makeFolder(imagesFolderOf(VideoPath));
+    showLeftOutScenes();
+    m_cancelled = false;
     BUSY2 = false;
     SCENE = 1;
     BitBtn1->setEnabled(false);
@@ -197,7 +204,7 @@ void TForm4::Timer1Timer()
         throwSaveError(file, refusal);
 
     const bool keeps = RadioGroup1->ItemIndex() == keepExisting && QFileInfo(file).isFile();
-    if (!keeps && !writeSceneGif(*FR, file, leadingNumber(scene.position), leadingNumber(scene.length))) {
+    if (!keeps && !makeGif(file, leadingNumber(scene.position), leadingNumber(scene.length))) {
         ShowMessage(QStringLiteral("Get data error!"));
         Finish1Click();
         return;
@@ -205,14 +212,54 @@ void TForm4::Timer1Timer()
     setWindowTitle(QStringLiteral("%1: %2 из %3").arg(dialogCaption).arg(SCENE).arg(lastRow()));
     ProgressBar1->setValue(SCENE);
     ++SCENE;
-    if (SCENE > lastRow())
+    if (m_cancelled || SCENE > lastRow())
         Finish1Click();
     else
         BUSY2 = false;
 }
 
+bool TForm4::makeGif(const QString &file, double start, double length)
+{
+    const QScopedValueRollback making(m_makesGif, true);
+    m_unpainted.start();
+    const bool made =
+        writeSceneGif(*FR, file, start, length, [this](int picture, int pictures) { showPicture(picture, pictures); });
+    StatusBar1[1]->clear();
+    return made;
+}
+
+void TForm4::showLeftOutScenes()
+{
+    const GridCells &list = Form3->StringGrid1->cells();
+    QString text = scenesWithoutGif(list);
+    if (listIsEmpty(list))
+        text = QStringLiteral("В списке нет сцен");
+    else if (!text.isEmpty())
+        text.prepend(QStringLiteral("Без GIF строки: "));
+    StatusBar1[0]->setToolTip(text);
+    StatusBar1[0]->setText(text.replace(QLatin1Char('\n'), QStringLiteral("; ")));
+}
+
+/// Tells which picture is made. The window is painted a few times a second, but the user's keys and clicks wait for the
+/// end of the scene.
+void TForm4::showPicture(int picture, int pictures)
+{
+    constexpr int paintMilliseconds = 100;
+    if (!m_unpainted.hasExpired(paintMilliseconds))
+        return;
+    StatusBar1[1]->setText(QStringLiteral("%1 из %2").arg(picture).arg(pictures));
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    repaint();
+    m_unpainted.start();
+}
+
 void TForm4::BitBtn3Click()
 {
+    // A screen reader presses buttons while the user's own input waits.
+    if (m_makesGif) {
+        m_cancelled = true;
+        return;
+    }
     if (Timer1->isActive())
         Finish1Click();
     else

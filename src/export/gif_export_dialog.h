@@ -3,17 +3,18 @@
 #include "export/frame_reader.h"
 
 #include <QDialog>
+#include <QElapsedTimer>
 
 #include <array>
 #include <cstdint>
 #include <memory>
 
 class QAction;
-class QLabel;
 class QMenu;
 class QProgressBar;
 class QPushButton;
 class QTimer;
+class StatusPanel;
 class TRadioGroup;
 
 /// The dialog that makes a GIF of every scene of the list. One scene is exported a tick of its timer; between ticks
@@ -33,7 +34,7 @@ public:
     void FormShow();
     /// Starts the export of all scenes. Throws UserError if the images folder cannot be made or the reader is gone.
     void BitBtn1Click();
-    /// Cancels the export, or closes the dialog.
+    /// Cancels the export, when the scene that is being made is done, or closes the dialog.
     void BitBtn3Click();
     /// Exports the current scene. Throws UserError, after which the export does nothing more until it is cancelled.
     void Timer1Timer();
@@ -48,7 +49,7 @@ public:
     QProgressBar *ProgressBar1;
     QPushButton *BitBtn1, *BitBtn3;
     /// The panels of the status bar, left to right.
-    std::array<QLabel *, 2> StatusBar1;
+    std::array<StatusPanel *, 2> StatusBar1;
     QTimer *Timer1;
     /// No control shows this menu; its handler is what the dialog calls.
     QMenu *PopupMenu1;
@@ -61,7 +62,16 @@ private:
     void buildControls();
     void buildLayout();
 
+    void showLeftOutScenes();
+    void showPicture(int picture, int pictures);
+    [[nodiscard]] bool makeGif(const QString &file, double start, double length);
+
     std::unique_ptr<FRAME_READER> m_reader;
+    bool m_makesGif = false;
+    /// The scene that is being made is the last one.
+    bool m_cancelled = false;
+    /// Since the window was last painted inside a scene.
+    QElapsedTimer m_unpainted;
 };
 
 extern TForm4 *Form4;

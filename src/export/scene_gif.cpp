@@ -9,12 +9,12 @@
 #include "util/user_error.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace {
 
 constexpr int gifSide = 200;
-constexpr double longestScene = 24.0 * 60 * 60;
 
 void throwIf(const std::error_code &error, const QString &file)
 {
@@ -22,7 +22,7 @@ void throwIf(const std::error_code &error, const QString &file)
         throwSaveError(file, errorReason(error));
 }
 
-/// Fills `bitmap` with the frame in the reader's local buffer.
+/// Fills `bitmap` with the picture in the reader's local buffer.
 void takeFrame(const FRAME_READER &reader, Bitmap &bitmap)
 {
     bitmap.SetSize(reader.width(), reader.height());
@@ -39,7 +39,18 @@ void throwSaveError(const QString &file, const QString &reason)
     throw UserError(QStringLiteral("Не удалось сохранить GIF в файл «%1»: %2").arg(file, reason));
 }
 
-bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, double length)
+int picturesOfScene(double start, double length)
+{
+    const auto begins = [&](int second) { return start + length > start + second; };
+    // Counted in whole seconds from the length: far from zero the sums lose some, and the end would never be reached.
+    int pictures = static_cast<int>(std::ceil(std::clamp(length, 0.0, longestScene)));
+    while (pictures > 0 && !begins(pictures - 1))
+        --pictures;
+    return pictures;
+}
+
+bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, double length,
+                   const PictureProgress &progress)
 {
     if (length > longestScene)
         throwSaveError(file, QStringLiteral("сцена длиннее суток"));
@@ -51,8 +62,9 @@ bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, doub
     Bitmap A;
     Bitmap B;
     const int side = std::min(reader.width(), reader.height());
-    // Counted, not summed: far from zero a second is lost in the sum, and the end would never be reached.
-    for (int seconds = 0; start + length > start + seconds; ++seconds) {
+    const int pictures = picturesOfScene(start, length);
+    for (int seconds = 0; seconds < pictures; ++seconds) {
+        progress(seconds + 1, pictures);
         reader.Seek(truncatedToInt64(framesBefore(start + seconds, reader.frameRate())));
         // What is in the block after a read without an answer is taken all the same.
         (void)reader.Read();

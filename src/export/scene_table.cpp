@@ -23,19 +23,24 @@ const QString insertStatement = QStringLiteral(
     "image) values( :Position, :Length, :Type, :Subtype, :Lasttype, :Title, :Persons, :Place, :Time, :Comment, "
     ":Latitude, :Longitude, :Image);");
 
-/// The whole content of the scene's GIF.
-std::string gifOf(const Scene &scene, const QString &videoPath)
+/// The name of the scene's GIF; empty if there is none.
+QString existingGifOf(const Scene &scene, const QString &filmPath)
 {
-    const QString file = gifFileOf(videoPath, scene.position, scene.length);
-    if (const QString refusal = refusalOfGifName(scene.position, scene.length); !refusal.isEmpty())
-        throw UserError(refusal);
+    if (!refusalOfGifName(scene.position, scene.length).isEmpty())
+        return {};
+    QString file = gifFileOf(filmPath, scene.position, scene.length);
+    return QFileInfo(file).isFile() ? file : QString();
+}
+
+std::string contentOf(const QString &file)
+{
     std::string bytes;
     if (const std::error_code error = readWholeFile(file.toStdU16String(), bytes))
         throw UserError(errorReason(error));
     return bytes;
 }
 
-void insertScene(TSQLQuery &query, const Scene &scene, const QString &videoPath)
+void insertScene(TSQLQuery &query, const Scene &scene, const QString &gif)
 {
     query.setSQL(insertStatement);
     const auto number = [&](const char *name, const QString &text) {
@@ -56,7 +61,7 @@ void insertScene(TSQLQuery &query, const Scene &scene, const QString &videoPath)
     wide("Comment", scene.comment);
     number("Latitude", scene.latitude);
     number("Longitude", scene.longitude);
-    query.ParamByName(QStringLiteral("Image")).setBlob(gifOf(scene, videoPath));
+    query.ParamByName(QStringLiteral("Image")).setBlob(contentOf(gif));
     query.ExecSQL();
 }
 
@@ -68,15 +73,25 @@ void createSceneTable(TSQLQuery &query)
     query.ExecSQL(true);
 }
 
-void insertScenes(TSQLQuery &query, const GridCells &list, const QString &videoPath)
+InsertedScenes insertScenes(TSQLQuery &query, const GridCells &list, const QString &filmPath)
 {
+    InsertedScenes outcome;
     for (int row = 1; row < list.RowCount(); ++row) {
+        const Scene scene = sceneAt(list, row);
+        const QString gif = existingGifOf(scene, filmPath);
+        if (gif.isEmpty()) {
+            ++outcome.withoutGif;
+            continue;
+        }
         try {
-            insertScene(query, sceneAt(list, row), videoPath);
+            insertScene(query, scene, gif);
+            ++outcome.written;
         } catch (const UserError &) {
             // The other scenes are exported all the same.
+            ++outcome.failed;
         }
     }
+    return outcome;
 }
 
 bool deleteDatabase(const QString &file)

@@ -4,6 +4,7 @@
 #include "export/scene_table.h"
 #include "platform/whole_file.h"
 #include "player/player_state.h"
+#include "scenes/scene.h"
 #include "scenes/scene_list_window.h"
 #include "util/error_reason.h"
 #include "util/film_files.h"
@@ -41,6 +42,22 @@ void openNew(TSQLConnection &connection, const QString &file)
     connection.Params[QStringLiteral("FailIfMissing")] = QStringLiteral("False");
     connection.Open();
     connection.ExecuteDirect(QStringLiteral("PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=OFF"));
+}
+
+QString outcomeText(const InsertedScenes &outcome)
+{
+    QString text = QStringLiteral("Экспорт в SQLite: записано сцен: %1").arg(outcome.written);
+    QStringList reasons;
+    if (outcome.withoutGif > 0)
+        reasons += QStringLiteral("нет GIF: %1").arg(outcome.withoutGif);
+    if (outcome.failed > 0)
+        reasons += QStringLiteral("ошибка: %1").arg(outcome.failed);
+    if (!reasons.isEmpty()) {
+        text += QStringLiteral(", пропущено: %1 (%2)")
+                    .arg(outcome.withoutGif + outcome.failed)
+                    .arg(reasons.join(QStringLiteral(", ")));
+    }
+    return text;
 }
 
 } // namespace
@@ -85,6 +102,8 @@ void TForm5::BitBtn2Click()
     // The list may be long: the window shows the released button, not what it looked like when it was pressed.
     repaint();
     const QString file = databaseFileOf(VideoPath);
+    const GridCells &list = Form3->StringGrid1->cells();
+    InsertedScenes outcome;
     {
         const ConnectionCloser closer(SQLConnection1);
         try {
@@ -96,11 +115,12 @@ void TForm5::BitBtn2Click()
             return;
         }
         createSceneTable(SQLQuery1);
-        insertScenes(SQLQuery1, Form3->StringGrid1->cells(), VideoPath);
+        outcome = insertScenes(SQLQuery1, list, VideoPath);
     }
     if (const std::error_code error = flushFile(file.toStdU16String())) {
         throw UserError(QStringLiteral("Не удалось сохранить базу данных «%1»: %2").arg(file, errorReason(error)));
     }
+    Form3->showFact(listIsEmpty(list) ? QStringLiteral("Экспорт в SQLite: в списке нет сцен") : outcomeText(outcome));
     ShowMessage(QStringLiteral("Экспорт завершён"));
     close();
 }

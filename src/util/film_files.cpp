@@ -1,5 +1,6 @@
 #include "util/film_files.h"
 
+#include "platform/file_name.h"
 #include "util/user_error.h"
 
 #include <QDir>
@@ -34,9 +35,9 @@ QString gifFileOf(const QString &filmPath, const QString &position, const QStrin
 
 QString refusalOfGifName(const QString &position, const QString &length)
 {
-    // A colon names a drive or a stream of another file.
-    constexpr QStringView forbidden = u"/\\:";
-    const auto isForbidden = [&](QChar c) { return c.isNull() || forbidden.contains(c); };
+    constexpr QStringView separators = u"/\\";
+    const QStringView forbidden = forbiddenInFileNames();
+    const auto isForbidden = [&](QChar c) { return c.isNull() || separators.contains(c) || forbidden.contains(c); };
     for (const QString &text : {position, length}) {
         // Half a surrogate pair has no form in a file name.
         if (!text.isValidUtf16() || std::any_of(text.begin(), text.end(), isForbidden))

@@ -4,6 +4,7 @@
 #include "util/film_files.h"
 
 #include <QProcess>
+#include <QStatusBar>
 
 namespace {
 
@@ -56,6 +57,7 @@ public:
     {
         return answer(database(), "select " + columns + " from scenes order by id");
     }
+    [[nodiscard]] QString fact() const { return windows.list->StatusBar1->currentMessage(); }
     /// The files beside the video that begin like its database.
     [[nodiscard]] QStringList databaseFiles() const { return filesIn("").filter("film.avi.db"); }
 };
@@ -120,6 +122,7 @@ private Q_SLOTS:
         for (int i = 0; i < 3; ++i)
             QCOMPARE(all.exportDatabase(), finished);
         QCOMPARE(all.rows(), QStringList({"1|2.0", "2|4.0"}));
+        QCOMPARE(all.fact(), QString("Экспорт в SQLite: записано сцен: 2, пропущено: 4 (нет GIF: 4)"));
     }
 
     void aDatabaseInUseIsLeftAlone()
@@ -195,24 +198,20 @@ private Q_SLOTS:
             QVERIFY(all.window->isVisible() && !all.window->SQLConnection1.Connected());
         }
         {
+            all.addScene("without GIF", "1");
             const FullDisk disk(500'000);
             QCOMPARE(all.exportDatabase(), finished);
         }
         const QStringList kept = all.rows("id||' '||length(image)||substr(image,1,1)");
         QVERIFY2(kept.size() > 5 && kept.size() < 15, qPrintable(kept.join('\n')));
+        QCOMPARE(all.fact(), QString("Экспорт в SQLite: записано сцен: %1, пропущено: %2 (нет GIF: 1, ошибка: %3)")
+                                 .arg(kept.size())
+                                 .arg(21 - kept.size())
+                                 .arg(20 - kept.size()));
         for (int i = 0; i < kept.size(); ++i)
             QCOMPARE(kept[i], QString("%1 40000%2").arg(i + 1).arg(QChar('a' + i)));
         QCOMPARE(answer(all.database(), "pragma integrity_check"), QStringList{"ok"});
         QCOMPARE(all.databaseFiles(), QStringList{"film.avi.db"});
-    }
-
-    void aConnectionRefusesAMissingDatabase()
-    {
-        const QTemporaryDir folder;
-        TSQLConnection connection;
-        connection.Params["Database"] = folder.filePath("missing.db");
-        QVERIFY(refusalOf([&] { connection.Open(); }).startsWith("Не удалось открыть базу данных «" + folder.path()));
-        QVERIFY(!QFile::exists(folder.filePath("missing.db")));
     }
 };
 
