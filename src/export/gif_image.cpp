@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int hundredthsPerFrame = 25;
+constexpr int hundredthsPerPicture = 25;
 constexpr int colorResolution = 8;
 
 struct FreeColorMap {
@@ -48,13 +48,13 @@ public:
         check(EGifPutScreenDesc(m_file.get(), m_width, m_height, colorResolution, 0, nullptr));
     }
 
-    void add(const Bitmap &frame)
+    void add(const Bitmap &bitmap)
     {
-        const IndexedPicture &picture = m_colors.reduce(frame);
+        const IndexedPicture &picture = m_colors.reduce(bitmap);
         const ColorMap map = colorMapOf(picture.palette);
         if (!m_looping)
             putLooping();
-        const GraphicsControlBlock control{DISPOSE_DO_NOT, false, hundredthsPerFrame, picture.transparent};
+        const GraphicsControlBlock control{DISPOSE_DO_NOT, false, hundredthsPerPicture, picture.transparent};
         std::array<GifByteType, 4> extension{};
         const auto length = static_cast<int>(EGifGCBToExtension(&control, extension.data()));
         check(EGifPutExtension(m_file.get(), GRAPHICS_EXT_FUNC_CODE, length, extension.data()));
@@ -127,9 +127,9 @@ TGIFImage::TGIFImage(int width, int height, Sink sink)
 
 TGIFImage::~TGIFImage() = default;
 
-void TGIFImage::Add(const Bitmap &frame)
+void TGIFImage::Add(const Bitmap &picture)
 {
-    m_writer->add(frame);
+    m_writer->add(picture);
 }
 
 void TGIFImage::finish()

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string_view>
 
-/// An animated GIF that loops forever, written as its frames are added. Each frame stands for a quarter of a second
-/// and has a palette of its own; what does not change visibly from the frame before is left as it is.
+/// An animated GIF that loops forever, written as its pictures are added. Each picture stands for a quarter of a
+/// second and has a palette of its own; what does not change visibly from the picture before is left as it is.
 class TGIFImage {
 public:
     /// Takes the next bytes of the file. What it throws comes out of the call that caused it.
@@ -21,10 +21,10 @@ public:
     TGIFImage(const TGIFImage &) = delete;
     TGIFImage &operator=(const TGIFImage &) = delete;
 
-    /// Appends a frame of the GIF's size. Throws std::bad_alloc and what the sink throws; nothing may be added then.
-    void Add(const Bitmap &frame);
+    /// Appends a picture of the GIF's size. Throws std::bad_alloc and what the sink throws; nothing may be added then.
+    void Add(const Bitmap &picture);
 
-    /// Writes the end of the file; a GIF without frames is a valid one. Called once. Throws what the sink throws.
+    /// Writes the end of the file; a GIF without pictures is a valid one. Called once. Throws what the sink throws.
     void finish();
 
 private:

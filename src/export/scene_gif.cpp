@@ -23,7 +23,7 @@ void throwIf(const std::error_code &error, const QString &file)
 }
 
 /// Fills `bitmap` with the picture in the reader's local buffer.
-void takeFrame(const FRAME_READER &reader, Bitmap &bitmap)
+void takePicture(const FRAME_READER &reader, Bitmap &bitmap)
 {
     bitmap.SetSize(reader.width(), reader.height());
     const std::uint8_t *row = reader.localBuffer().data();
@@ -70,7 +70,7 @@ bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, doub
         (void)reader.Read();
         if (!reader.GetData())
             return false;
-        takeFrame(reader, A);
+        takePicture(reader, A);
         bitmapCrop(A, B, 0, 0, side, side);
         A.SetSize(gifSide, gifSide);
         bitmapCopyRect(B, A);

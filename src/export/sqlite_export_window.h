@@ -6,7 +6,7 @@
 
 class QPushButton;
 
-/// The window that writes the scene list, each scene with its GIF, into a new database beside the video. Modal;
+/// The window that writes the scene list, each scene with its GIF, into a new database beside the film. Modal;
 /// created once, shown and hidden.
 class TForm5 : public QDialog {
     Q_OBJECT
