@@ -314,12 +314,10 @@ private Q_SLOTS:
             for (int i = 0; i < files.size(); ++i)
                 QCOMPARE(windows.framesIn(QString("%1_2").arg(i)), QList<int>({i * 25, i * 25 + 25}));
 
-            // Without an export it just closes; then it can be started again.
+            // Without an export it just closes.
             windows.dialog->show();
             cancel(windows.dialog.get());
             QVERIFY(!windows.dialog->isVisible() && windows.takeMessages().isEmpty());
-            QCOMPARE(windows.exportGifs(), finished);
-            QCOMPARE(windows.filesIn().size(), qsizetype{8});
         }
     }
 };

@@ -1,4 +1,5 @@
 #include "gif_witness.h"
+#include "random_seed.h"
 
 #include "export/gif_image.h"
 #include "export/nearest_color.h"
@@ -113,7 +114,7 @@ private Q_SLOTS:
 
     void findsTheNearestColorOfAll()
     {
-        std::mt19937 random(20240607);
+        std::mt19937 random(randomSeed());
         const auto channel = [&] { return static_cast<std::uint8_t>(random() & 0xFFU); };
         for (const std::size_t colors : {1, 2, 17, 256}) {
             std::vector<PaletteColor> palette(colors);
