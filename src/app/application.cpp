@@ -24,14 +24,36 @@ TApplication::TApplication(int &argc, char **argv) : QApplication(argc, argv)
         installTranslator(translator);
 }
 
-bool TApplication::notify(QObject *receiver, QEvent *event)
+namespace {
+
+/// Shows the error that is being handled and, if the user takes what it offers, does that.
+void showCurrentError()
 {
     try {
-        return QApplication::notify(receiver, event);
+        throw;
+    } catch (const RemediableError &error) {
+        if (!showErrorOffering(error.text(), error.caption()))
+            return;
+        try {
+            error.remedy()();
+        } catch (...) {
+            showCurrentError();
+        }
     } catch (const std::bad_alloc &) {
         showError(QStringLiteral("Недостаточно памяти."));
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));
+    }
+}
+
+} // namespace
+
+bool TApplication::notify(QObject *receiver, QEvent *event)
+{
+    try {
+        return QApplication::notify(receiver, event);
+    } catch (const std::exception &) {
+        showCurrentError();
     }
     return true;
 }

@@ -14,6 +14,7 @@
 #include "util/media_time.h"
 #include "util/numbers.h"
 #include "util/text_routines.h"
+#include "util/user_error.h"
 #include "widgets/icons.h"
 #include "widgets/message_box.h"
 
@@ -47,6 +48,7 @@ constexpr QSize clientSize(1214, 698);
 constexpr double minute = 60.0 * unitsPerSecond;
 constexpr double second = unitsPerSecond;
 
+const QString bareTitle = QStringLiteral("Таврин");
 const QString playCaption = QStringLiteral("Воспроизведение");
 const QString pauseCaption = QStringLiteral("Пауза");
 
@@ -91,7 +93,7 @@ TForm1::TForm1(std::unique_ptr<GraphSystem> (*makeGraphSystem)(QWidget *))
 {
     Form1 = this;
     CurPath = QApplication::applicationDirPath();
-    setWindowTitle(QStringLiteral("Таврин"));
+    setWindowTitle(bareTitle);
     setObjectName(QStringLiteral("Form1"));
 
     buildPanels();
@@ -281,9 +283,22 @@ void TForm1::N3Click()
 {
     if (!OpenDialog1.Execute(this))
         return;
+    const QString film = OpenDialog1.FileName;
     // A list that cannot be read leaves the list, and the film that it belongs to, as they are.
-    Form3->openListOf(OpenDialog1.FileName);
-    VideoPath = OpenDialog1.FileName;
+    try {
+        Form3->openListOf(film);
+    } catch (const RemediableError &error) {
+        throw RemediableError(error.text(), error.caption(), [this, remedy = error.remedy(), film] {
+            remedy();
+            openWithList(film);
+        });
+    }
+    openWithList(film);
+}
+
+void TForm1::openWithList(const QString &film)
+{
+    VideoPath = film;
     Form3->bringToFront();
     Open1Click();
     if (!INITIALIZED)
@@ -294,6 +309,8 @@ void TForm1::N3Click()
 void TForm1::N5Click()
 {
     Form3->Save1Click();
+    if (!OPENED)
+        StatusBar1.back()->setText(QStringLiteral("Фильм не открыт: список не сохранить"));
 }
 
 void TForm1::GIF1Click()
@@ -457,9 +474,14 @@ void TForm1::ProgressBar1MouseMove(int x)
 
 void TForm1::Timer1Timer()
 {
-    if (!OPENED)
+    if (OPENED)
+        ::pos = GetPosition();
+    if (Form3)
+        Form3->followFilm();
+    if (!OPENED) {
+        showNoFilm();
         return;
-    ::pos = GetPosition();
+    }
     const std::int32_t seconds = wholeSeconds(::pos);
     CurFrame = frameNumber(::pos, fps);
     CurTime = GetTimeForMovie(seconds);
@@ -469,6 +491,17 @@ void TForm1::Timer1Timer()
     GroupBox3->setTitle(QStringLiteral("Громкость: %1%").arg(levelPercent(GetVolume())));
     GroupBox1->setTitle(QStringLiteral("Скорость: ") + generalFormat(GetRate()));
     SetVideoRect(Panel3->width(), Panel3->height());
+}
+
+void TForm1::showNoFilm()
+{
+    if (windowTitle() == bareTitle)
+        return;
+    setWindowTitle(bareTitle);
+    for (QLabel *panel : StatusBar1)
+        panel->clear();
+    StatusBar1.back()->setText(QStringLiteral("Фильм не открыт"));
+    ProgressBar1->setPosition(0);
 }
 
 void TForm1::Timer2Timer()
@@ -539,6 +572,7 @@ void TForm1::showOpenedVideo(const QString &filePath)
     ProgressBar1->setMax(seconds);
     StatusBar1[0]->setText(QStringLiteral("Продолжительность: ") + GetTimeForMovie(seconds));
     StatusBar1[2]->setText(videoInformation(srcWidth, srcHeight, fps));
+    StatusBar1.back()->clear();
     // "[*]" in a title is the framework's own mark, which a doubled one escapes.
     setWindowTitle(QStringLiteral("Таврин - ")
                    + str_replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"), filePath));

@@ -123,6 +123,9 @@ private:
     void buildMenus();
     void placeOnScreen();
     void stepBy(double offset, SeekTo picture);
+    /// Opens the film whose list has been read.
+    void openWithList(const QString &film);
+    void showNoFilm();
 
     std::unique_ptr<GraphSystem> m_graphSystem;
 };

@@ -20,7 +20,7 @@ const QString &GridCells::cell(int column, int row) const
     static const QString empty;
     if (!holds(column, row))
         return empty;
-    const Row &cells = m_rows[static_cast<std::size_t>(row)];
+    const GridRow &cells = m_rows[static_cast<std::size_t>(row)];
     if (column == 0)
         return cells.number;
     return cells.texts ? cells.texts[static_cast<std::size_t>(column - 1)] : empty;
@@ -30,7 +30,7 @@ void GridCells::setCell(int column, int row, const QString &text)
 {
     if (!holds(column, row))
         return;
-    Row &cells = at(row);
+    GridRow &cells = at(row);
     if (column == 0) {
         cells.number = text;
         return;
@@ -43,17 +43,34 @@ void GridCells::setCell(int column, int row, const QString &text)
     cells.texts[static_cast<std::size_t>(column - 1)] = text;
 }
 
-void GridCells::deleteRow(int row)
+GridRow GridCells::takeRow(int row)
 {
-    if (row < 1 || row >= RowCount())
-        return;
-    if (RowCount() == fewestRows) {
-        at(row) = Row();
-        return;
-    }
-    for (int i = row; i < RowCount() - 1; ++i)
-        at(i).texts = std::move(at(i + 1).texts);
+    const auto first = m_rows.begin() + row;
+    GridRow taken{{}, std::move(first->texts)};
+    for (auto below = first + 1; below != m_rows.end(); ++below)
+        (below - 1)->texts = std::move(below->texts);
+    taken.number = std::move(m_rows.back().number);
     m_rows.pop_back();
+    return taken;
+}
+
+void GridCells::putRowBack(int row, GridRow taken)
+{
+    m_rows.push_back({std::move(taken.number), nullptr});
+    for (auto above = m_rows.end() - 1; above != m_rows.begin() + row; --above)
+        above->texts = std::move((above - 1)->texts);
+    at(row).texts = std::move(taken.texts);
+}
+
+void GridCells::exchangeRow(int row, GridRow &other)
+{
+    std::swap(at(row), other);
+}
+
+void GridCells::exchangeDataRows(GridCells &other)
+{
+    m_rows.swap(other.m_rows);
+    std::swap(m_rows.front(), other.m_rows.front());
 }
 
 void GridCells::arrangeRows(const std::vector<int> &from)

@@ -5,6 +5,13 @@
 #include <memory>
 #include <vector>
 
+/// A row of a grid by itself. The texts of columns 1 and up lie in a block of their own, so that moving a row moves
+/// one pointer; null is a blank row.
+struct GridRow {
+    QString number;
+    std::unique_ptr<QString[]> texts;
+};
+
 /// The cells of a string grid: text by column and row. Row 0 holds the headers and column 0 the row numbers; the
 /// data rows are 1 .. RowCount-1, and there is always at least one. A cell never written is empty text.
 class GridCells {
@@ -26,24 +33,28 @@ public:
     /// Nothing happens to a cell outside the grid.
     void setCell(int column, int row, const QString &text);
 
-    /// Makes columns 1 and up of `row` those of the row below it, and so on to the end, and takes the last row away.
-    /// Column 0 stays where it is. The only data row is made blank instead, its column 0 too.
-    void deleteRow(int row);
+    /// Takes the texts of columns 1 and up out of the data row `row`, to which those of the row below it move up, and
+    /// so on to the end. The last row goes away, and with what was taken comes its number. There must be two data rows
+    /// or more.
+    [[nodiscard]] GridRow takeRow(int row);
+
+    /// Puts back what `takeRow` gave for `row`.
+    void putRowBack(int row, GridRow taken);
+
+    /// Exchanges a data row, its number included, with `other`.
+    void exchangeRow(int row, GridRow &other);
+
+    /// Exchanges the data rows with those of `other`, a grid of as many columns. The headers stay.
+    void exchangeDataRows(GridCells &other);
 
     /// Rearranges columns 1 and up: the data row i gets those that row `from[i - 1]` has. `from` names each data row
     /// exactly once. Column 0 stays where it is.
     void arrangeRows(const std::vector<int> &from);
 
 private:
-    /// Columns 1 and up live in a block of their own, so that moving a row moves one pointer; null is a blank row.
-    struct Row {
-        QString number;
-        std::unique_ptr<QString[]> texts;
-    };
-
     [[nodiscard]] bool holds(int column, int row) const;
-    [[nodiscard]] Row &at(int row) { return m_rows[static_cast<std::size_t>(row)]; }
+    [[nodiscard]] GridRow &at(int row) { return m_rows[static_cast<std::size_t>(row)]; }
 
     int m_columns;
-    std::vector<Row> m_rows;
+    std::vector<GridRow> m_rows;
 };

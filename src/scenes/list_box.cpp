@@ -1,5 +1,7 @@
 #include "scenes/list_box.h"
 
+#include "scenes/scene_field.h"
+
 #include <QCollator>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
@@ -32,6 +34,11 @@ void TListBox::setItems(const QStringList &items)
     for (const QString &text : std::as_const(sorted)) {
         auto *added = new QListWidgetItem(text, this);
         added->setSizeHint(itemSize);
+        const QString hint = lossHint(text);
+        if (!hint.isEmpty()) {
+            added->setToolTip(hint);
+            added->setBackground(lossColor(palette()));
+        }
     }
 }
 
@@ -46,6 +53,15 @@ void TListBox::setItemIndex(int index)
     const QScopedValueRollback<bool> program(m_byProgram, true);
     clearSelection();
     setCurrentRow(index);
+}
+
+QStringList TListBox::texts() const
+{
+    QStringList all;
+    all.reserve(count());
+    for (int i = 0; i < count(); ++i)
+        all += item(i)->text();
+    return all;
 }
 
 QString TListBox::chosenText() const

@@ -4,7 +4,8 @@
 #include <QStringList>
 
 /// A list of texts of which at most one is chosen, kept sorted for a Russian reader: letter case does not matter, and
-/// equal texts keep the order they came in. Texts are shown and returned exactly as given.
+/// equal texts keep the order they came in. Texts are shown and returned exactly as given; one that would not come back
+/// from the scenes file is marked, and its hint says why.
 ///
 /// `Click` tells that the user has chosen an item, with mouse or keys, the chosen one again included, or has taken
 /// the choice back. Choices made by the program are not told.
@@ -22,6 +23,9 @@ public:
 
     /// Chooses the item, or none for -1.
     void setItemIndex(int index);
+
+    /// The texts of the items, sorted.
+    [[nodiscard]] QStringList texts() const;
 
     /// The chosen item's text; empty if none is chosen.
     [[nodiscard]] QString chosenText() const;

@@ -3,19 +3,7 @@
 #include "util/numbers.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
-#include <vector>
-
-namespace {
-
-/// The scene's fields in the order of their columns, from `PositionColumn`.
-constexpr std::array<QString Scene::*, sceneColumnCount - PositionColumn> fields{
-    &Scene::position, &Scene::length, &Scene::type, &Scene::subtype, &Scene::lasttype, &Scene::title,
-    &Scene::persons,  &Scene::place,  &Scene::time, &Scene::comment, &Scene::latitude, &Scene::longitude,
-};
-
-} // namespace
 
 bool listIsEmpty(const GridCells &list)
 {
@@ -35,7 +23,7 @@ void setScene(GridCells &list, int row, const Scene &scene)
 {
     list.setCell(NumberColumn, row, QString::number(row));
     int column = PositionColumn;
-    for (const auto field : fields)
+    for (const auto field : sceneFields)
         list.setCell(column++, row, scene.*field);
 }
 
@@ -43,7 +31,7 @@ Scene sceneAt(const GridCells &list, int row)
 {
     Scene scene;
     int column = PositionColumn;
-    for (const auto field : fields)
+    for (const auto field : sceneFields)
         scene.*field = list.cell(column++, row);
     return scene;
 }
@@ -51,10 +39,11 @@ Scene sceneAt(const GridCells &list, int row)
 void clearList(GridCells &list)
 {
     list.setRowCount(GridCells::fewestRows);
-    list.deleteRow(1);
+    GridRow blank;
+    list.exchangeRow(1, blank);
 }
 
-void sortByPosition(GridCells &list)
+std::vector<int> orderByPosition(const GridCells &list)
 {
     std::vector<std::pair<double, int>> positions;
     positions.reserve(static_cast<std::size_t>(list.RowCount()));
@@ -67,7 +56,7 @@ void sortByPosition(GridCells &list)
     order.reserve(positions.size());
     for (const auto &[position, row] : positions)
         order.push_back(row);
-    list.arrangeRows(order);
+    return order;
 }
 
 MediaTime mediaTimeOf(const QString &position)

@@ -5,6 +5,9 @@
 
 #include <QString>
 
+#include <array>
+#include <vector>
+
 /// The columns of the scene list: the row's number, then one field of the scene each.
 enum SceneColumn : int {
     NumberColumn,
@@ -41,6 +44,14 @@ struct Scene {
     /// Decimal degrees.
     QString latitude;
     QString longitude;
+
+    bool operator==(const Scene &) const = default;
+};
+
+/// The scene's fields in the order of their columns, from `PositionColumn`.
+constexpr std::array<QString Scene::*, sceneColumnCount - PositionColumn> sceneFields{
+    &Scene::position, &Scene::length, &Scene::type, &Scene::subtype, &Scene::lasttype, &Scene::title,
+    &Scene::persons,  &Scene::place,  &Scene::time, &Scene::comment, &Scene::latitude, &Scene::longitude,
 };
 
 // The scene list is the cells of a grid with `sceneColumnCount` columns. These functions are the only ones that know
@@ -60,9 +71,9 @@ void setScene(GridCells &list, int row, const Scene &scene);
 /// Leaves one blank data row.
 void clearList(GridCells &list);
 
-/// Sorts by position, read as a number; scenes of equal position keep their order, and an unreadable position
-/// counts as 0. The numbers of the rows stay.
-void sortByPosition(GridCells &list);
+/// The order of the data rows by position, read as a number, as `GridCells::arrangeRows` takes it: scenes of equal
+/// position keep their order, and an unreadable position counts as 0.
+[[nodiscard]] std::vector<int> orderByPosition(const GridCells &list);
 
 /// The moment that a position text means (100 ns), truncated toward zero; 0 for a text that is no number.
 [[nodiscard]] MediaTime mediaTimeOf(const QString &position);

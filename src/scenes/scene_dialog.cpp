@@ -4,6 +4,8 @@
 #include "platform/warning_beep.h"
 #include "platform/whole_file.h"
 #include "player/player_state.h"
+#include "scenes/cell_text.h"
+#include "scenes/list_history.h"
 #include "scenes/map_address.h"
 #include "scenes/scene_list_window.h"
 #include "scenes/type_list.h"
@@ -19,14 +21,17 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
 
+#include <algorithm>
 #include <limits>
 
 TForm2 *Form2 = nullptr;
@@ -42,23 +47,6 @@ constexpr int numberEditWidth = 120;
 constexpr int buttonHeight = 27;
 /// Room for either caption, so that the button stays as it is between the two modes.
 constexpr int confirmWidth = 170;
-
-/// What a single-line edit takes from typed or pasted text: characters that no scenes file can hold, and line ends,
-/// come as spaces.
-QString singleLine(QString text)
-{
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
-        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            ++i;
-            continue;
-        }
-        const bool control = c.unicode() < 0x20 && c != QLatin1Char('\t');
-        if (control || c.isSurrogate() || c.unicode() >= 0xFFFE)
-            text[i] = QLatin1Char(' ');
-    }
-    return text;
-}
 
 } // namespace
 
@@ -86,7 +74,7 @@ TForm2::TForm2(QWidget *owner, const QStringList &typeList)
 
     buildControls();
     buildLayout();
-    setFixedSize(clientSize);
+    fitToScreen();
 
     m_afterDoubleClick->setSingleShot(true);
     connect(m_afterDoubleClick, &QTimer::timeout, this, &TForm2::bringUp);
@@ -119,21 +107,13 @@ void TForm2::buildControls()
                          Qt::Alignment alignment = Qt::AlignLeft) {
         label = new QLabel(caption, box);
         label->setTextFormat(Qt::PlainText);
-        auto *field = new QLineEdit(box);
+        auto *field = new SceneField(box);
         field->setObjectName(QLatin1String(name));
         field->setPlaceholderText(hint);
         field->setAlignment(alignment | Qt::AlignVCenter);
         field->setMaxLength(std::numeric_limits<int>::max());
         field->setAccessibleName(caption);
         label->setBuddy(field);
-        connect(field, &QLineEdit::textEdited, field, [field](const QString &text) {
-            const QString clean = singleLine(text);
-            if (clean == text)
-                return;
-            const int cursor = field->cursorPosition();
-            field->setText(clean);
-            field->setCursorPosition(cursor);
-        });
         return field;
     };
     const auto button = [this](const char *name, const QString &caption, const char *iconName,
@@ -235,20 +215,61 @@ void TForm2::buildLayout()
     buttons->addWidget(BitBtn3);
     buttons->addWidget(BitBtn4);
 
+    auto *content = new QWidget(this);
+    auto *groups = new QVBoxLayout(content);
+    groups->addWidget(GroupBox1);
+    groups->addWidget(GroupBox4);
+    groups->addWidget(GroupBox3, 1);
+    groups->addWidget(GroupBox2);
+    m_groups = new QScrollArea(this);
+    m_groups->setFrameShape(QFrame::NoFrame);
+    m_groups->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_groups->setFocusPolicy(Qt::NoFocus);
+    m_groups->setWidgetResizable(true);
+    m_groups->setWidget(content);
     auto *all = new QVBoxLayout(this);
-    all->addWidget(GroupBox1);
-    all->addWidget(GroupBox4);
-    all->addWidget(GroupBox3, 1);
-    all->addWidget(GroupBox2);
+    all->addWidget(m_groups, 1);
     all->addLayout(buttons);
 
     constexpr int margin = 8;
     constexpr int spacing = 6;
     for (QLayout *layout : {static_cast<QLayout *>(times), static_cast<QLayout *>(map), static_cast<QLayout *>(types),
-                            static_cast<QLayout *>(description), static_cast<QLayout *>(all)}) {
+                            static_cast<QLayout *>(description), static_cast<QLayout *>(groups)}) {
         layout->setContentsMargins(margin, margin, margin, margin);
         layout->setSpacing(spacing);
     }
+    groups->setContentsMargins(margin, margin, margin, 0);
+    buttons->setContentsMargins(margin, spacing, margin, margin);
+    buttons->setSpacing(spacing);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+}
+
+void TForm2::fitToScreen()
+{
+    const QRect available = screenOfOwner();
+    const QMargins frame = frameMargins();
+    QSize size = clientSize;
+    size.setHeight(std::min(size.height(), available.height() - frame.top() - frame.bottom()));
+    if (size.height() < clientSize.height())
+        size.rwidth() += m_groups->verticalScrollBar()->sizeHint().width();
+    setFixedSize(size);
+}
+
+void TForm2::showEvent(QShowEvent *event)
+{
+    fitToScreen();
+    QDialog::showEvent(event);
+}
+
+void TForm2::keyPressEvent(QKeyEvent *event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    // On a button the key is a press of that button.
+    const bool again = m_confirmed && content().scene == m_settled.scene;
+    if (enter && again && !qobject_cast<QPushButton *>(focusWidget()))
+        return;
+    QDialog::keyPressEvent(event);
 }
 
 void TForm2::ListBox1Click()
@@ -274,29 +295,11 @@ void TForm2::BitBtn1Click()
         ShowMessage(QStringLiteral("Выберите тип сцены!"));
         return;
     }
-    const Scene scene{
-        .position = Edit1->text(),
-        .length = Edit2->text(),
-        .type = ListBox1->chosenText(),
-        .subtype = ListBox2->chosenText(),
-        .lasttype = ListBox3->chosenText(),
-        .title = Edit3->text(),
-        .persons = Edit4->text(),
-        .place = Edit5->text(),
-        .time = Edit6->text(),
-        .comment = Edit7->text(),
-        .latitude = Edit8->text(),
-        .longitude = Edit9->text(),
-    };
-    TStringGrid *grid = Form3->StringGrid1;
-    int row = grid->Row();
-    grid->change([&](GridCells &list) {
-        if (BitBtn1->text() == addCaption)
-            row = rowForNewScene(list);
-        setScene(list, row, scene);
-    });
+    const Scene scene = content().scene;
+    const int row = isAdding() ? Form3->history->add(scene) : Form3->history->overwrite(scene);
+    m_confirmed = true;
     Form3->bringToFront();
-    grid->showRow(row);
+    Form3->StringGrid1->showRow(row);
     // The list comes up in front of everything but the dialog it was filled from, so that a second press of the
     // button does not fall on the list.
     if (isVisible())
@@ -310,11 +313,13 @@ void TForm2::BitBtn2Click()
 
 void TForm2::BitBtn3Click()
 {
-    for (QLineEdit *edit : {Edit3, Edit4, Edit5, Edit6, Edit7, Edit8, Edit9})
-        edit->clear();
-    ListBox2->setItems({});
-    ListBox3->setItems({});
-    ListBox1->setItemIndex(-1);
+    Form3->history->changeDialog([this] {
+        for (SceneField *edit : {Edit3, Edit4, Edit5, Edit6, Edit7, Edit8, Edit9})
+            edit->clear();
+        ListBox2->setItems({});
+        ListBox3->setItems({});
+        ListBox1->setItemIndex(-1);
+    });
 }
 
 void TForm2::BitBtn4Click()
@@ -330,19 +335,24 @@ void TForm2::BitBtn5Click()
         beep();
         return;
     }
-    Edit8->setText(point->latitude);
-    Edit9->setText(point->longitude);
+    Form3->history->changeDialog([&] {
+        Edit8->setText(asSingleLine(point->latitude));
+        Edit9->setText(asSingleLine(point->longitude));
+    });
 }
 
 void TForm2::describeNewScene(const QString &start)
 {
-    Edit1->setText(start);
-    for (QLineEdit *edit : {Edit2, Edit8, Edit9, Edit3, Edit4, Edit5, Edit6, Edit7})
-        edit->clear();
-    ListBox2->setItems({});
-    ListBox1->setItemIndex(-1);
-    BitBtn1->setText(addCaption);
-    BitBtn1->setIcon(icon("add-scene"));
+    Form3->history->changeDialog([&] {
+        DialogState::Content fresh;
+        fresh.scene.position = start;
+        fresh.scene.lasttype = ListBox3->chosenText();
+        fresh.lasttypes = ListBox3->texts();
+        setContent(fresh);
+        m_settled = content();
+        m_confirmed = false;
+        setMode(true);
+    });
     focusFirst();
     bringUp();
 }
@@ -358,10 +368,16 @@ void TForm2::showLength(const QString &length)
 
 void TForm2::fillForEditing(const Scene &scene)
 {
-    ListBox2->setItems({});
-    ListBox3->setItems({});
-    Edit1->setText(scene.position);
-    Edit2->setText(scene.length);
+    showScene(scene);
+    setMode(false);
+    focusFirst();
+}
+
+void TForm2::showScene(const Scene &scene)
+{
+    DialogState::Content shown{scene, {}, {}};
+    shown.scene.type = shown.scene.subtype = shown.scene.lasttype = QString();
+    setContent(shown);
     if (ListBox1->choose(scene.type)) {
         ListBox1Click();
         if (!scene.subtype.isEmpty() && ListBox2->choose(scene.subtype)) {
@@ -370,16 +386,76 @@ void TForm2::fillForEditing(const Scene &scene)
                 ListBox3->choose(scene.lasttype);
         }
     }
-    Edit3->setText(scene.title);
-    Edit4->setText(scene.persons);
-    Edit5->setText(scene.place);
-    Edit6->setText(scene.time);
-    Edit7->setText(scene.comment);
-    Edit8->setText(scene.latitude);
-    Edit9->setText(scene.longitude);
-    BitBtn1->setText(saveCaption);
-    BitBtn1->setIcon(icon("save-changes"));
-    focusFirst();
+    m_settled = content();
+    m_confirmed = false;
+}
+
+bool TForm2::isAdding() const
+{
+    return BitBtn1->text() == addCaption;
+}
+
+void TForm2::setMode(bool adding)
+{
+    BitBtn1->setText(adding ? addCaption : saveCaption);
+    BitBtn1->setIcon(icon(adding ? "add-scene" : "save-changes"));
+}
+
+std::array<SceneField *, sceneFields.size()> TForm2::edits() const
+{
+    return {Edit1, Edit2, nullptr, nullptr, nullptr, Edit3, Edit4, Edit5, Edit6, Edit7, Edit8, Edit9};
+}
+
+DialogState::Content TForm2::content() const
+{
+    DialogState::Content held{{}, ListBox2->texts(), ListBox3->texts()};
+    held.scene.type = asCellText(ListBox1->chosenText());
+    held.scene.subtype = asCellText(ListBox2->chosenText());
+    held.scene.lasttype = asCellText(ListBox3->chosenText());
+    std::size_t field = 0;
+    for (const SceneField *edit : edits()) {
+        if (edit)
+            held.scene.*sceneFields[field] = asCellText(edit->text());
+        ++field;
+    }
+    return held;
+}
+
+void TForm2::setContent(const DialogState::Content &content)
+{
+    ListBox1->choose(content.scene.type);
+    ListBox2->setItems(content.subtypes);
+    ListBox2->choose(content.scene.subtype);
+    ListBox3->setItems(content.lasttypes);
+    ListBox3->choose(content.scene.lasttype);
+    std::size_t field = 0;
+    for (SceneField *edit : edits()) {
+        if (edit)
+            edit->setText(content.scene.*sceneFields[field]);
+        ++field;
+    }
+}
+
+DialogState TForm2::state() const
+{
+    return {content(), m_settled, isAdding()};
+}
+
+void TForm2::setState(const DialogState &state)
+{
+    setContent(state.content);
+    m_settled = state.settled;
+    m_confirmed = false;
+    setMode(state.adding);
+}
+
+void TForm2::settle()
+{
+    m_settled = content();
+    for (SceneField *edit : edits()) {
+        if (edit)
+            edit->forgetTyping();
+    }
 }
 
 void TForm2::bringUp()
@@ -430,13 +506,18 @@ QRect TForm2::frameToShow() const
 {
     if (isVisible())
         return frameGeometry();
+    QRect frame = QRect(QPoint(), size()).marginsAdded(frameMargins());
+    frame.moveCenter(parentWidget() ? parentWidget()->frameGeometry().center() : screenOfOwner().center());
+    return frame;
+}
+
+QMargins TForm2::frameMargins() const
+{
     // A window that was never shown does not know its frame yet.
     constexpr QMargins usualFrame(4, 32, 4, 4);
     const QWindow *window = windowHandle();
     const QMargins known = window ? window->frameMargins() : QMargins();
-    QRect frame = QRect(QPoint(), clientSize).marginsAdded(known.isNull() ? usualFrame : known);
-    frame.moveCenter(parentWidget() ? parentWidget()->frameGeometry().center() : screenOfOwner().center());
-    return frame;
+    return known.isNull() ? usualFrame : known;
 }
 
 QRect TForm2::screenOfOwner() const

@@ -1,19 +1,21 @@
 #pragma once
 
+#include "scenes/dialog_state.h"
 #include "scenes/list_box.h"
 #include "scenes/memo.h"
-#include "scenes/scene.h"
+#include "scenes/scene_field.h"
 
 #include <QDialog>
 #include <QString>
 
+#include <array>
 #include <functional>
 
 class QComboBox;
 class QGroupBox;
 class QLabel;
-class QLineEdit;
 class QPushButton;
+class QScrollArea;
 class QTimer;
 
 /// The lines of the scene type list in the application folder. Throws UserError, with the file and the reason, if it
@@ -24,6 +26,8 @@ class QTimer;
 ///
 /// What its confirm button does is told by that button's caption alone: "Добавить сцену" adds a row to the list of
 /// `Form3`, any other caption overwrites the list's current row. The dialog itself never changes the caption.
+///
+/// The Enter key confirms too, but what it has confirmed only once.
 class TForm2 : public QDialog {
     Q_OBJECT
 
@@ -57,6 +61,17 @@ public:
     /// does not have are left without a choice.
     void fillForEditing(const Scene &scene);
 
+    /// Fills the dialog from a scene of the list, and leaves mode and focus as they are.
+    void showScene(const Scene &scene);
+
+    [[nodiscard]] bool isAdding() const;
+
+    [[nodiscard]] DialogState state() const;
+    /// Gives the dialog back what it held, mode included; the focus stays where it is.
+    void setState(const DialogState &state);
+    /// What the dialog holds is in the list now.
+    void settle();
+
     /// Shows the dialog above the other windows, active, where the user has it or else centred on its owner.
     void bringUp();
 
@@ -67,7 +82,7 @@ public:
     QGroupBox *GroupBox1, *GroupBox2, *GroupBox3, *GroupBox4;
     QLabel *Label1, *Label2, *Label3, *Label4, *Label5, *Label6, *Label7, *Label8, *Label9;
     /// Position, length, title, persons, place, time, comment, latitude, longitude.
-    QLineEdit *Edit1, *Edit2, *Edit3, *Edit4, *Edit5, *Edit6, *Edit7, *Edit8, *Edit9;
+    SceneField *Edit1, *Edit2, *Edit3, *Edit4, *Edit5, *Edit6, *Edit7, *Edit8, *Edit9;
     /// Type, subtype, lasttype.
     TListBox *ListBox1, *ListBox2, *ListBox3;
     QComboBox *ComboBox1;
@@ -82,15 +97,31 @@ public:
     std::function<void()> beep;
     std::function<void(const QString &address)> openAddress;
 
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
 private:
     void buildControls();
     void buildLayout();
+    void fitToScreen();
+    /// The edits in the order of the scene's fields that they hold; none for the three types.
+    [[nodiscard]] std::array<SceneField *, sceneFields.size()> edits() const;
+    [[nodiscard]] DialogState::Content content() const;
+    void setContent(const DialogState::Content &content);
+    void setMode(bool adding);
     [[nodiscard]] QRect frameToShow() const;
+    [[nodiscard]] QMargins frameMargins() const;
     [[nodiscard]] QRect screenOfOwner() const;
     void present();
     void focusFirst();
 
     QTimer *m_afterDoubleClick;
+    /// The groups, which can be scrolled where the screen is too low for them.
+    QScrollArea *m_groups;
+    DialogState::Content m_settled;
+    /// True from a confirmation until the dialog is filled anew.
+    bool m_confirmed = false;
 };
 
 extern TForm2 *Form2;

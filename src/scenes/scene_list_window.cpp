@@ -1,17 +1,27 @@
 #include "scenes/scene_list_window.h"
 
+#include "platform/whole_file.h"
 #include "player/playback_engine.h"
+#include "scenes/find_bar.h"
+#include "scenes/list_history.h"
 #include "scenes/scene.h"
 #include "scenes/scene_dialog.h"
+#include "scenes/scene_lines.h"
 #include "scenes/scenes_file.h"
+#include "scenes/window_placement.h"
 #include "util/film_files.h"
 #include "widgets/icons.h"
 
+#include <QAccessibleWidget>
 #include <QAction>
+#include <QApplication>
 #include <QContextMenuEvent>
+#include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
-#include <QGuiApplication>
+#include <QLineEdit>
 #include <QMenu>
+#include <QScreen>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
@@ -51,13 +61,39 @@ public:
     BusyPointer &operator=(const BusyPointer &) = delete;
 };
 
+/// Readers of the screen tell the list as a window of its own, by its title.
+QAccessibleInterface *describeToReaders(const QString &, QObject *object)
+{
+    auto *window = qobject_cast<TForm3 *>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Dialog) : nullptr;
+}
+
+/// Throws the error again; where the file has the shape of a saved list, with the offer that `take` gets the rows that
+/// can be read from it line by line.
+[[noreturn]] void throwWithOffer(const UserError &error, const QString &fileName,
+                                 const std::function<void(GridCells)> &take)
+{
+    std::string bytes;
+    std::optional<GridCells> rows;
+    if (!readWholeFile(fileName.toStdU16String(), bytes))
+        rows = readLineByLine(QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())));
+    if (!rows)
+        throw UserError(error);
+    const auto kept = std::make_shared<GridCells>(std::move(*rows));
+    throw RemediableError(error.text(), QStringLiteral("Прочитать построчно"),
+                          [take, kept] { take(std::move(*kept)); });
+}
+
 } // namespace
 
 TForm3::TForm3(QWidget *owner)
     : QWidget(owner, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMaximizeButtonHint
                          | Qt::WindowCloseButtonHint),
-      StringGrid1(new TStringGrid(sceneColumnCount, this)), StatusBar1(new QStatusBar(this))
+      StringGrid1(new TStringGrid(sceneColumnCount, this)), StatusBar1(new QStatusBar(this)),
+      history(new ListHistory(*StringGrid1, *Form2, this)), findBar(new FindBar(*StringGrid1, this)),
+      m_status(StatusBar1)
 {
+    QAccessible::installFactory(describeToReaders);
     setWindowTitle(QStringLiteral("Список сцен"));
     setObjectName(QStringLiteral("Form3"));
     // The list shows itself beside the work that goes on in another window.
@@ -72,7 +108,11 @@ TForm3::TForm3(QWidget *owner)
     }
     connect(StringGrid1, &TStringGrid::Click, this, &TForm3::StringGrid1Click);
     connect(StringGrid1, &TStringGrid::DblClick, this, &TForm3::StringGrid1DblClick);
+    connect(history, &ListHistory::Changed, this, &TForm3::showState);
+    connect(findBar, &FindBar::Told, this, &TForm3::showFact);
+    Form2->installEventFilter(this);
     buildMenus();
+    buildKeys();
 
     auto *area = new QVBoxLayout;
     constexpr int gridMargin = 3;
@@ -82,8 +122,10 @@ TForm3::TForm3(QWidget *owner)
     all->setContentsMargins(0, 0, 0, 0);
     all->setSpacing(0);
     all->addLayout(area);
+    all->addWidget(findBar);
     all->addWidget(StatusBar1);
     resize(991, 375);
+    showState();
     Form3 = this;
 }
 
@@ -121,6 +163,48 @@ void TForm3::buildMenus()
             [this](const QPoint &position, bool onRow) { (onRow ? m_rowMenu : PopupMenu1)->popup(position); });
 }
 
+void TForm3::buildKeys()
+{
+    const auto command = [this](const QString &caption, const QList<QKeySequence> &keys, void (TForm3::*handler)()) {
+        auto *action = new QAction(caption, this);
+        action->setShortcuts(keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);
+        connect(action, &QAction::triggered, this, handler);
+        // A shortcut works while a window that has its action is on the screen.
+        for (QWidget *window : {static_cast<QWidget *>(this), static_cast<QWidget *>(Form2), parentWidget()}) {
+            if (window)
+                window->addAction(action);
+        }
+        return action;
+    };
+    Undo = command(QStringLiteral("Отменить"), {Qt::CTRL | Qt::Key_Z}, &TForm3::undo);
+    Redo = command(QStringLiteral("Вернуть"), {Qt::CTRL | Qt::SHIFT | Qt::Key_Z}, &TForm3::redo);
+    Find = command(QStringLiteral("Найти"), {Qt::CTRL | Qt::Key_F}, &TForm3::find);
+    SeekScene = command(QStringLiteral("Перейти к сцене"), {Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter},
+                        &TForm3::StringGrid1DblClick);
+}
+
+void TForm3::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (std::exchange(m_placed, true) || !parentWidget() || !parentWidget()->isVisible())
+        return;
+    // The frame is not known before the window is on the screen.
+    constexpr QMargins usualFrame(4, 32, 4, 4);
+    const QRect picture = parentWidget()->frameGeometry();
+    QRect frame = QRect(QPoint(), size()).marginsAdded(usualFrame);
+    frame.moveCenter(picture.center());
+    if (const auto place = placedClearOf(picture, frame, parentWidget()->screen()->availableGeometry()))
+        move(place->topLeft());
+}
+
+bool TForm3::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == Form2 && (event->type() == QEvent::Show || event->type() == QEvent::Hide))
+        QMetaObject::invokeMethod(this, &TForm3::showState, Qt::QueuedConnection);
+    return QWidget::eventFilter(watched, event);
+}
+
 void TForm3::contextMenuEvent(QContextMenuEvent *event)
 {
     PopupMenu1->popup(event->globalPos());
@@ -128,10 +212,17 @@ void TForm3::contextMenuEvent(QContextMenuEvent *event)
 
 void TForm3::Save1Click()
 {
-    if (!OPENED)
+    if (!OPENED) {
+        showFact(filmState());
         return;
+    }
     const BusyPointer busy;
-    saveList(StringGrid1->cells(), scenesFileOf(VideoPath));
+    const QString fileName = scenesFileOf(VideoPath);
+    saveList(StringGrid1->cells(), fileName);
+    history->setFilm(VideoPath);
+    noteSaved(fileName);
+    const QString lost = firstLostText(StringGrid1->cells());
+    showFact(lost.isEmpty() ? QStringLiteral("Список сохранён") : lost);
 }
 
 void TForm3::Open1Click()
@@ -145,38 +236,48 @@ void TForm3::openListOf(const QString &filmPath)
     if (filmPath.isEmpty() || !QFileInfo(fileName).exists() || QFileInfo(fileName).isDir())
         return;
     const BusyPointer busy;
-    XMLDocument1.LoadFromFile(fileName);
-    const auto scenes = Getscenes(XMLDocument1);
+    const auto take = [this, filmPath, fileName](GridCells rows) {
+        history->replace(std::move(rows), filmPath);
+        noteSaved(fileName);
+        showFact(QStringLiteral("Список прочитан"));
+    };
     try {
-        StringGrid1->change([&](GridCells &list) { fillList(list, *scenes, fileName); });
+        XMLDocument1.LoadFromFile(fileName);
+    } catch (const UserError &error) {
+        throwWithOffer(error, fileName, take);
+    }
+    GridCells rows(sceneColumnCount);
+    try {
+        fillList(rows, *Getscenes(XMLDocument1), fileName, StringGrid1->cells());
     } catch (const PartlyReadError &) {
         // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
         // it cannot replace the file of either.
+        history->replace(std::move(rows), {});
         Teardown();
         throw;
     }
+    take(std::move(rows));
 }
 
 void TForm3::N10Click()
 {
-    const int row = StringGrid1->Row();
-    StringGrid1->change([row](GridCells &list) { list.deleteRow(row); });
+    history->removeCurrent();
 }
 
 void TForm3::N12Click()
 {
-    StringGrid1->change(clearList);
+    history->clear();
 }
 
 void TForm3::N13Click()
 {
     const BusyPointer busy;
-    StringGrid1->change(sortByPosition);
+    history->sort();
 }
 
 void TForm3::StringGrid1Click()
 {
-    Form2->fillForEditing(sceneAt(StringGrid1->cells(), StringGrid1->Row()));
+    history->openCurrent();
     if (const std::optional<QPoint> pointer = StringGrid1->clickPosition())
         Form2->bringUpBeside(*pointer);
     else
@@ -196,7 +297,90 @@ void TForm3::bringToFront()
     raise();
 }
 
+void TForm3::undo()
+{
+    auto *field = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+    if (field && field->isUndoAvailable())
+        field->undo();
+    else
+        goStep(&ListHistory::undo);
+}
+
+void TForm3::redo()
+{
+    auto *field = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+    if (field && field->isRedoAvailable())
+        field->redo();
+    else
+        goStep(&ListHistory::redo);
+}
+
+void TForm3::goStep(void (ListHistory::*step)())
+{
+    const BusyPointer busy;
+    (history->*step)();
+    // What has changed is to be seen.
+    if (!isVisible())
+        bringToFront();
+}
+
+void TForm3::find()
+{
+    bringToFront();
+    activateWindow();
+    findBar->open();
+}
+
+void TForm3::followFilm()
+{
+    if (isVisible())
+        StringGrid1->setPlayingRow(OPENED ? m_playing.rowAt(StringGrid1->cells(), ::pos) : 0);
+    m_status.showState(state());
+}
+
+void TForm3::showState()
+{
+    m_playing.forget();
+    m_status.showState(state());
+}
+
 void TForm3::showFact(const QString &fact)
 {
-    StatusBar1->showMessage(fact);
+    m_status.showFact(fact);
+}
+
+void TForm3::noteSaved(const QString &fileName)
+{
+    const QString time = QFileInfo(fileName).lastModified().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    m_saved = QStringLiteral("Сохранён %1: %2").arg(time, QDir::toNativeSeparators(fileName));
+    showState();
+}
+
+QString TForm3::state() const
+{
+    const GridCells &list = StringGrid1->cells();
+    QStringList facts{QStringLiteral("Сцен: %1").arg(listIsEmpty(list) ? 0 : list.RowCount() - 1)};
+    for (const QString &fact : {editingState(), filmState(), m_saved}) {
+        if (!fact.isEmpty())
+            facts += fact;
+    }
+    return facts.join(QStringLiteral("  ·  "));
+}
+
+QString TForm3::editingState() const
+{
+    if (!Form2->isVisible())
+        return {};
+    return Form2->isAdding() ? QStringLiteral("Описывается новая сцена")
+                             : QStringLiteral("Редактируется сцена %1").arg(StringGrid1->Row());
+}
+
+QString TForm3::filmState() const
+{
+    if (!OPENED)
+        return QStringLiteral("Фильм не открыт: список не сохранить");
+    const QString &film = history->film();
+    if (film.isEmpty() || film == VideoPath || listIsEmpty(StringGrid1->cells()))
+        return {};
+    return QStringLiteral("Список пришёл с другим фильмом: %1").arg(QFileInfo(film).fileName());
 }

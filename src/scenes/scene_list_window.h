@@ -1,16 +1,21 @@
 #pragma once
 
+#include "scenes/list_status.h"
+#include "scenes/playing_scene.h"
 #include "scenes/scenes_binding.h"
 #include "scenes/string_grid.h"
 
 #include <QWidget>
 
+class FindBar;
+class ListHistory;
 class QAction;
 class QMenu;
 class QStatusBar;
 
 /// The scene list: its grid is the only store of scenes, from the program's start to its end. Nothing tracks unsaved
-/// changes, and no command here asks before it acts. A window that stays above the main window.
+/// changes, and no command here asks before it acts; every change can be taken back. A window that stays above the main
+/// window. Its status bar says how things stand.
 class TForm3 : public QWidget {
     Q_OBJECT
 
@@ -21,7 +26,7 @@ public:
 
     // Handlers, named after control and event.
 
-    /// Writes the list to the scenes file of the current video; nothing while no video is open. Throws UserError if
+    /// Writes the list to the scenes file of the current video; while no video is open the status bar says so. Throws UserError if
     /// that fails; file and list are what they were then.
     void Save1Click();
 
@@ -42,8 +47,17 @@ public:
 
     /// Reads the list from the scenes file of the film at `filmPath`; a missing file leaves the list as it is. Throws
     /// UserError if the file cannot be read; the list is what it was then, but for a file with elements inside a
-    /// field: its scenes before that one are in the list, and the film that is open is closed.
+    /// field: its scenes before that one are in the list, and the film that is open is closed. Where the
+    /// file is no XML but has the shape of a saved list, the error is a RemediableError that reads it line by line.
     void openListOf(const QString &filmPath);
+
+    /// Takes the last change of the list back, or makes it again. A text field that has the keyboard's focus and
+    /// typing to take back does that first.
+    void undo();
+    void redo();
+
+    /// Tints the scene that plays now, and says whether a film is open. To be called with every tick.
+    void followFilm();
 
     /// Shows the window in front of the others and leaves the keyboard's focus where it is.
     void bringToFront();
@@ -60,17 +74,39 @@ public:
     QAction *Save1, *Open1, *N13;
     QMenu *PopupMenu2;
     QAction *N10, *N11, *N12;
+    /// Commands of the keyboard, in every window of the program.
+    QAction *Undo, *Redo, *Find, *SeekScene;
+
+    ListHistory *history;
+    FindBar *findBar;
 
     /// The document read last.
     TXMLDocument XMLDocument1;
 
 protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void buildMenus();
+    void buildKeys();
+    void goStep(void (ListHistory::*step)());
+    void noteSaved(const QString &fileName);
+    void find();
+    void showState();
+    /// How things stand, for the status bar.
+    [[nodiscard]] QString state() const;
+    /// The film that the list came with, as the status bar tells it; empty if there is nothing to tell.
+    [[nodiscard]] QString filmState() const;
+    [[nodiscard]] QString editingState() const;
 
+    ListStatus m_status;
+    PlayingScene m_playing;
+    /// When the list was saved last, and in which file.
+    QString m_saved;
     QMenu *m_rowMenu;
+    bool m_placed = false;
 };
 
 extern TForm3 *Form3;

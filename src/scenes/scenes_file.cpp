@@ -1,6 +1,7 @@
 #include "scenes/scenes_file.h"
 
 #include "platform/whole_file.h"
+#include "scenes/cell_text.h"
 #include "scenes/scene.h"
 #include "util/error_reason.h"
 #include "util/user_error.h"
@@ -35,11 +36,20 @@ constexpr std::array<QString (IXMLsceneType::*)() const, sceneElements.size()> g
     &IXMLsceneType::Get_commemt,  &IXMLsceneType::Get_latitude, &IXMLsceneType::Get_longitude,
 };
 
+/// Makes the cells from this one on those of `old`.
+void keepRest(GridCells &list, int column, int row, const GridCells &old)
+{
+    for (; row < list.RowCount(); ++row, column = NumberColumn) {
+        for (; column < list.ColCount(); ++column)
+            list.setCell(column, row, old.cell(column, row));
+    }
+}
+
 } // namespace
 
 QByteArray scenesXml(const GridCells &list)
 {
-    QByteArray xml = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<scenes>\r\n";
+    QByteArray xml = scenesFileHead;
     for (int row = 1; row < list.RowCount(); ++row) {
         xml += "\t<scene>\r\n";
         int column = PositionColumn;
@@ -51,13 +61,11 @@ QByteArray scenesXml(const GridCells &list)
     return xml;
 }
 
-void fillList(GridCells &list, IXMLscenesType &scenes, const QString &fileName)
+void fillList(GridCells &list, IXMLscenesType &scenes, const QString &fileName, const GridCells &old)
 {
     const int count = scenes.Get_Count();
-    if (count < 1) {
-        clearList(list);
+    if (count < 1)
         return;
-    }
     list.setRowCount(count + 1);
     for (int row = 1; row <= count; ++row) {
         const IXMLsceneType &scene = scenes.Get_scene(row - 1);
@@ -66,13 +74,28 @@ void fillList(GridCells &list, IXMLscenesType &scenes, const QString &fileName)
         try {
             for (const auto getter : getters) {
                 const QString text = (scene.*getter)();
-                list.setCell(column++, row, text == QLatin1String("0") ? QString() : text);
+                list.setCell(column++, row, text == QLatin1String("0") ? QString() : asCellText(text));
             }
         } catch (const UserError &error) {
+            keepRest(list, column, row, old);
             throw PartlyReadError(QStringLiteral("Список сцен из файла «%1» прочитан не весь: в сцене %2 %3")
                                       .arg(fileName, QString::number(row), error.text()));
         }
     }
+}
+
+QString firstLostText(const GridCells &list)
+{
+    for (int row = 1; row < list.RowCount(); ++row) {
+        for (int column = PositionColumn; column < list.ColCount(); ++column) {
+            const QString lost = whatIsLost(list.cell(column, row));
+            if (!lost.isEmpty()) {
+                return QStringLiteral("в файле не сохранится текст сцены %1, поле «%2»: %3")
+                    .arg(QString::number(row), list.cell(column, 0), lost);
+            }
+        }
+    }
+    return {};
 }
 
 void saveList(const GridCells &list, const QString &fileName)

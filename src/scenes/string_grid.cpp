@@ -9,6 +9,8 @@
 #include <QPainter>
 #include <QStyleOptionHeader>
 #include <QStyledItemDelegate>
+#include <QTextDocument>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -41,16 +43,34 @@ public:
         return text;
     }
 
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override
+    {
+        constexpr qsizetype longestHint = 4000;
+        const bool cut = index.isValid() && sizeHint(option, index).width() > option.rect.width();
+        // A text of the list is never markup.
+        const QString hint = Qt::convertFromPlainText(index.data().toString().left(longestHint));
+        QToolTip::showText(event->globalPos(), cut ? hint : QString(), view->viewport(), option.rect);
+        return true;
+    }
+
 protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
-        constexpr qreal tint = 0.4;
-        if (index.row() + 1 == m_view->Row() && !option->state.testFlag(QStyle::State_Selected)) {
-            const QPalette &palette = option->palette;
-            option->backgroundBrush = blended(palette.color(QPalette::Active, QPalette::Highlight),
-                                              palette.color(QPalette::Active, QPalette::Base), tint);
-        }
+        const bool playing = index.row() + 1 == m_view->playingRow();
+        const bool current = index.row() + 1 == m_view->Row();
+        if (option->state.testFlag(QStyle::State_Selected) || !(playing || current))
+            return;
+        const QPalette &palette = option->palette;
+        QColor color = palette.color(QPalette::Active, QPalette::Base);
+        constexpr qreal tintOfPlaying = 0.22;
+        constexpr qreal tintOfCurrent = 0.4;
+        if (playing)
+            color = blended(palette.color(QPalette::Active, QPalette::Link), color, tintOfPlaying);
+        if (current)
+            color = blended(palette.color(QPalette::Active, QPalette::Highlight), color, tintOfCurrent);
+        option->backgroundBrush = color;
     }
 
 private:
@@ -215,6 +235,12 @@ void TStringGrid::showRow(int row)
     scrollTo(m_gridModel->index(row - 1, std::max(columnAt(0), 0)));
 }
 
+void TStringGrid::setPlayingRow(int row)
+{
+    if (std::exchange(m_playingRow, row) != row)
+        viewport()->update();
+}
+
 void TStringGrid::fitHeaders()
 {
     constexpr int room = 4;
@@ -308,6 +334,7 @@ void TStringGrid::currentChanged(const QModelIndex &current, const QModelIndex &
 {
     QTableView::currentChanged(current, previous);
     viewport()->update();
+    Q_EMIT RowChanged();
 }
 
 void TStringGrid::changeEvent(QEvent *event)

@@ -12,7 +12,8 @@ class StringGridModel;
 
 /// A grid of texts with a fixed header row (row 0) and a fixed column (column 0), neither of which scrolls away.
 /// Cells are not edited in place. Columns can be resized with the mouse and ranges of cells selected. One data row is
-/// always the current one; it is marked over its whole width, also while the window is not active.
+/// always the current one; it is marked over its whole width, also while the window is not active. A
+/// cell that is cut shows its whole text as a hint.
 ///
 /// The arrow keys move the current row. A click on a data row, its number included, or the Enter key emits `Click`;
 /// the second click of a double click emits `DblClick`.
@@ -47,6 +48,10 @@ public:
     /// Scrolls to `row`, which does not become the current one.
     void showRow(int row);
 
+    /// Tints the data row of the scene that plays now; 0 for none.
+    void setPlayingRow(int row);
+    [[nodiscard]] int playingRow() const { return m_playingRow; }
+
     /// While `Click` is emitted for the mouse: where on the screen it clicked. None for the Enter key.
     [[nodiscard]] std::optional<QPoint> clickPosition() const { return m_clickedAt; }
 
@@ -55,6 +60,9 @@ public:
 Q_SIGNALS:
     void Click();
     void DblClick();
+
+    /// Another row is current, or the same after the number of rows has changed.
+    void RowChanged();
 
     /// The context menu is asked for, at this point of the screen; `onRow` tells whether on a data row, which is the
     /// current one then.
@@ -75,13 +83,14 @@ private:
     void takeRelease(int row, const QMouseEvent &event);
     void takeDoubleClick(int row, const QMouseEvent &event);
     bool filterNumbers(QEvent *event);
-    void paintCorner(QWidget *corner);
+    void paintCorner(QWidget *cornerButton);
     void fitHeaders();
 
     GridCells m_texts;
     StringGridModel *m_gridModel;
     QWidget *m_corner;
     int m_numberWidth = 0;
+    int m_playingRow = 0;
 
     /// The row and the place of a press that may become a click.
     std::optional<int> m_pressedRow;

@@ -9,6 +9,7 @@
 #include "help/help_commands.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
+#include "scenes/scenes_file.h"
 #include "util/application_folder.h"
 #include "widgets/application_font.h"
 #include "widgets/message_box.h"
@@ -20,6 +21,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -141,6 +143,7 @@ void MainWindowTest::aListThatCannotBeReadReplacesNoFile()
     openVideo();
     Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
     const QString second = m_folder->filePath("второй.avi");
+    QVERIFY(QFile(second).open(QIODevice::WriteOnly));
     const QByteArray list = "<scenes><scene><title>A & B</title></scene></scenes>";
     QFile file(second + ".scenes");
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(list) > 0);
@@ -153,6 +156,50 @@ void MainWindowTest::aListThatCannotBeReadReplacesNoFile()
     press("Ctrl+S");
     QVERIFY(bytesOf(m_film + ".scenes").contains("прежняя"));
     QCOMPARE(bytesOf(second + ".scenes"), list);
+
+    // A list in the shape of a saved one can be read line by line, and is a change like others.
+    Form3->StringGrid1->setCell(TitleColumn, 1, "A & B");
+    const QByteArray saved = scenesXml(Form3->StringGrid1->cells());
+    Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(saved) > 0);
+    file.close();
+    setMessageBoxAnswer({});
+    QStringList buttons;
+    QTimer boxes;
+    connect(&boxes, &QTimer::timeout, this, [&] {
+        if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+            for (const QAbstractButton *button : box->buttons())
+                buttons += button->text();
+            // First Enter, which takes no offer.
+            if (buttons.size() == 2)
+                QTest::keyClick(box, Qt::Key_Return);
+            else
+                QTest::mouseClick(box->buttons().constLast(), Qt::LeftButton);
+        }
+    });
+    boxes.start(20);
+    for (const char *title : {"прежняя", "A & B"}) {
+        QTimer::singleShot(0, m_window.get(), &TForm1::N3Click);
+        QTRY_COMPARE(buttons.size(), title[0] == 'A' ? 4 : 2);
+        QTRY_COMPARE(Form3->StringGrid1->cell(TitleColumn, 1), QString(title));
+    }
+    QVERIFY(buttons.constLast() == "Прочитать построчно" && VideoPath == second);
+    QTRY_COMPARE(m_window->windowTitle(), "Таврин - " + second);
+    press("Ctrl+Z");
+    QCOMPARE(Form3->StringGrid1->cell(TitleColumn, 1), QString("прежняя"));
+    press("Ctrl+Shift+Z");
+    QCOMPARE(Form3->StringGrid1->cell(TitleColumn, 1), QString("A & B"));
+
+    // A film that does not open leaves nothing of the one before on the window, and saving says why it cannot.
+    boxes.stop();
+    setMessageBoxAnswer([this](const QString &text) { m_boxes << text; });
+    setOpenDialogAnswer([this] { return std::optional(m_film); });
+    fakeSystem->statuses["render"] = -1;
+    press("Ctrl+O");
+    QTRY_COMPARE(m_window->windowTitle(), QString("Таврин"));
+    QVERIFY(m_window->StatusBar1[0]->text().isEmpty() && m_window->StatusBar1[4]->text() == "Фильм не открыт");
+    press("Ctrl+S");
+    QCOMPARE(m_window->StatusBar1[4]->text(), QString("Фильм не открыт: список не сохранить"));
 }
 
 void MainWindowTest::theOpenedVideoIsShown()

@@ -16,6 +16,7 @@ namespace {
 
 const QByteArray typeList = "Погоня\n\tПешая\n\tНа машинах\n\t\tНочью\n\t\tДнём\nЁлка \n\tx\nжурнал\nДиалог\r\n"
                             "\tСпор\r\n\t\tШуточный\r\n\tПризнание\r\nЕда\n\tПешая\n";
+const QByteArray oddTypes = "Rock & Roll\nБе\x03г\n";
 
 QStringList items(const TListBox *list)
 {
@@ -148,8 +149,20 @@ void SceneDialogTest::aPressAddsARow()
     QCOMPARE(m_windows->rows(), QStringList({"1|" + fields, "2|" + more, "3|" + more}));
     QCOMPARE(m_windows->grid->Row(), 1);
 
-    for (QWidget *widget : {static_cast<QWidget *>(m_dialog->ListBox1), static_cast<QWidget *>(m_dialog->ComboBox1)})
+    // Enter adds what has changed since, and that once; on a button it presses that button.
+    const auto enterIn = [](QWidget *widget) {
+        widget->setFocus();
         QTest::keyClick(widget, Qt::Key_Return);
+    };
+    for (QWidget *widget : std::initializer_list<QWidget *>{m_dialog->ListBox1, m_dialog->ComboBox1, m_dialog->Edit3})
+        enterIn(widget);
+    QCOMPARE(m_windows->rows().size(), 3);
+    m_dialog->Edit3->setFocus();
+    QTest::keyClicks(m_dialog->Edit3, "!");
+    for (int i = 0; i < 3; ++i)
+        enterIn(m_dialog->Edit3);
+    QCOMPARE(m_windows->rows().size(), 4);
+    enterIn(m_dialog->BitBtn1);
     QCOMPARE(m_windows->rows().size(), 5);
     QTest::keyClick(m_dialog->Edit3, Qt::Key_Escape);
     QVERIFY(!m_dialog->isVisible());
@@ -190,10 +203,12 @@ void SceneDialogTest::savingOverwritesTheCurrentRow()
     press(m_dialog->BitBtn1);
     QCOMPARE(m_windows->rows().value(2), QString("3|5|6|Еда|||i||||||"));
 
-    // What is overwritten is the row that is current at the press.
-    m_windows->grid->setRow(2);
+    // What is overwritten is the row that is current at the press, and the dialog shows that one.
+    m_windows->grid->setRow(1);
+    QCOMPARE(m_dialog->Edit3->text(), QString("новое"));
+    m_dialog->Edit3->setText("новее");
     press(m_dialog->BitBtn1);
-    QCOMPARE(m_windows->rows().value(1), QString("2|5|6|Еда|||i||||||"));
+    QCOMPARE(m_windows->rows().value(0), QString("1|1|2|Погоня|На машинах|Днём|новее|b|c|d|e|f|g"));
 }
 
 void SceneDialogTest::everyModeFillsWhatItShould()
@@ -273,6 +288,9 @@ void SceneDialogTest::theMapFillsTheCoordinatesAndCostsTheTypeList()
 
 void SceneDialogTest::textsAreKeptExactly()
 {
+    m_windows.reset();
+    m_windows = std::make_unique<SceneWindows>(typeList + oddTypes);
+    m_dialog = m_windows->dialog.get();
     // From the list and back.
     const QString odd = QString::fromUtf8("  a\tb\nc\r\x01 ") + QChar(QChar::Nbsp) + QString(40'000, 'x');
     Scene scene;
@@ -286,6 +304,27 @@ void SceneDialogTest::textsAreKeptExactly()
     QGuiApplication::clipboard()->setText(QString::fromUtf8("a\r\nb\x02\tЯ🎬") + QChar(0xD800));
     m_dialog->Edit3->paste();
     QCOMPARE(m_dialog->Edit3->text(), QString::fromUtf8("a  b \tЯ🎬 "));
+
+    // What the file cannot give back is marked while it stands there.
+    QVERIFY(m_dialog->Edit3->toolTip().isEmpty());
+    QTest::keyClicks(m_dialog->Edit3, "R&D");
+    QVERIFY(m_dialog->Edit3->toolTip().contains("«&»"));
+    QVERIFY(m_dialog->Edit3->palette().color(QPalette::Base) != m_dialog->Edit4->palette().color(QPalette::Base));
+    for (int i = 0; i < 2; ++i)
+        QTest::keyClick(m_dialog->Edit3, Qt::Key_Backspace);
+    QVERIFY(m_dialog->Edit3->toolTip().isEmpty());
+    QCOMPARE(m_dialog->Edit3->palette().color(QPalette::Base), m_dialog->Edit4->palette().color(QPalette::Base));
+    QVERIFY(m_dialog->ListBox1->findItems("Rock & Roll", Qt::MatchExactly).value(0)->toolTip().contains("«&»"));
+
+    // Neither an address nor a type brings a control character into a cell.
+    m_windows->openVideo();
+    QGuiApplication::clipboard()->setText("https://google.com/@1\x02,2&\x7f,3");
+    press(m_dialog->BitBtn5);
+    QVERIFY(m_dialog->Edit9->toolTip().contains("«&»"));
+    m_dialog->Edit3->clear();
+    m_dialog->ListBox1->choose("Бе\x03г");
+    press(m_dialog->BitBtn1);
+    QCOMPARE(m_windows->rows().constLast().section('|', 3), QString("Бе г||||||||1 |2& "));
 }
 
 QTEST_MAIN(SceneDialogTest)

@@ -1,15 +1,24 @@
 #include "scene_windows.h"
 
 #include "failing_system.h"
+#include "random_seed.h"
+#include "scenes/find_bar.h"
+#include "scenes/list_history.h"
 #include "scenes/window_placement.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTest>
+#include <QToolTip>
+
+#include <random>
 
 #include <sys/stat.h>
 
@@ -29,6 +38,11 @@ private Q_SLOTS:
     void theListIsSavedBesideTheVideoAndReadBack();
     void whatFailsLeavesFileAndList();
     void bulkChangesAreOneChange();
+    void theDialogShowsTheRowThatItOverwrites();
+    void everyChangeCanBeTakenBackAndMadeAgain();
+    void typingIsTakenBackFirst();
+    void theStatusBarTellsHowThingsStand();
+    void keysFindAndSeek();
 
 private:
     /// Makes scenes at these positions the list and shows the window.
@@ -36,6 +50,12 @@ private:
     {
         m_grid->change([&](GridCells &list) { list = listOf(positions); });
         m_windows->list->show();
+    }
+
+    /// The text of the status bar's place with this name.
+    [[nodiscard]] QString told(const char *name) const
+    {
+        return m_windows->list->StatusBar1->findChild<QLabel *>(QLatin1String(name))->text();
     }
 
     std::unique_ptr<SceneWindows> m_windows;
@@ -316,6 +336,278 @@ void SceneListWindowTest::bulkChangesAreOneChange()
     QCOMPARE(m_grid->cell(PositionColumn, 1), QString("1"));
     m_windows->list->N10Click();
     QCOMPARE(changes, 4);
+}
+
+void SceneListWindowTest::theDialogShowsTheRowThatItOverwrites()
+{
+    m_windows->openVideo();
+    TForm3 *list = m_windows->list.get();
+    TForm2 *dialog = m_windows->dialog.get();
+    QWidget *cells = m_grid->viewport();
+    const auto pointOf = [this](int row) { return m_windows->pointOf(row); };
+    const std::pair<const char *, std::function<void()>> gestures[] = {
+        {"right click and Esc",
+         [&] {
+             QTest::mouseClick(cells, Qt::RightButton, {}, pointOf(3));
+             QContextMenuEvent event(QContextMenuEvent::Mouse, pointOf(3), cells->mapToGlobal(pointOf(3)));
+             QApplication::sendEvent(cells, &event);
+             QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+         }},
+        {"right click on the number",
+         [&] {
+             QTest::mouseClick(m_grid->verticalHeader()->viewport(), Qt::RightButton, {}, QPoint(5, pointOf(3).y()));
+         }},
+        {"Ctrl+click", [&] { QTest::mouseClick(cells, Qt::LeftButton, Qt::ControlModifier, pointOf(3)); }},
+        {"Shift+click", [&] { QTest::mouseClick(cells, Qt::LeftButton, Qt::ShiftModifier, pointOf(3)); }},
+        {"drag",
+         [&] {
+             QTest::mousePress(cells, Qt::LeftButton, {}, pointOf(3));
+             QTest::mouseMove(cells, pointOf(3) + QPoint(60, 0));
+             QTest::mouseRelease(cells, Qt::LeftButton, {}, pointOf(3) + QPoint(60, 0));
+         }},
+        {"Down", [&] { QTest::keyClick(m_grid, Qt::Key_Down); }},
+        {"End", [&] { QTest::keyClick(m_grid, Qt::Key_End, Qt::ControlModifier); }},
+        {"click", [&] { m_windows->clickRow(3); }},
+        {"click on the same row", [&] { m_windows->clickRow(1); }},
+        {"find",
+         [&] {
+             list->Find->trigger();
+             QTest::keyClicks(list->findBar->edit, "20");
+         }},
+        {"sort", [&] { list->N13->trigger(); }},
+        {"delete", [&] { list->N10->trigger(); }},
+        {"clear", [&] { list->N12->trigger(); }},
+        {"read", [&] { list->Open1->trigger(); }},
+        {"scene start", [&] { dialog->describeNewScene("7"); }},
+        {"empty", [&] { QTest::mouseClick(dialog->BitBtn3, Qt::LeftButton); }},
+    };
+    for (const bool hidden : {false, true}) {
+        for (const auto &[name, gesture] : gestures) {
+            list->N12Click();
+            for (const char *position : {"30", "10", "20"})
+                m_windows->addRow(
+                    sceneWith({{&Scene::position, position}, {&Scene::type, "Диалог"}, {&Scene::title, position}}));
+            m_windows->write("film.avi.scenes", "<scenes><scene><position>9</position></scene></scenes>");
+            list->show();
+            m_windows->clickRow(1);
+            QTRY_VERIFY(dialog->isVisible());
+            QTest::keyClicks(dialog->Edit7, "typed");
+            dialog->setVisible(!hidden);
+            gesture();
+            if (!dialog->isAdding() && dialog->ListBox1->ItemIndex() >= 0) {
+                QCOMPARE(dialog->Edit1->text(), m_grid->cell(PositionColumn, m_grid->Row()));
+                QStringList others = m_windows->rows();
+                QTest::mouseClick(dialog->BitBtn1, Qt::LeftButton);
+                others[m_grid->Row() - 1] = m_windows->rows().at(m_grid->Row() - 1);
+                QCOMPARE(m_windows->rows(), others);
+            }
+            // The text is there again, for the scene that it was typed for.
+            for (int steps = 0; steps < 3 && dialog->Edit7->text() != "typed"; ++steps)
+                list->history->undo();
+            QVERIFY2(dialog->Edit7->text() == "typed" && !dialog->isAdding(), name);
+            QCOMPARE(m_grid->cell(PositionColumn, m_grid->Row()), QString("30"));
+        }
+    }
+}
+
+void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
+{
+    m_windows->openVideo();
+    TForm3 *list = m_windows->list.get();
+    TForm2 *dialog = m_windows->dialog.get();
+    list->show();
+    std::mt19937 random(randomSeed());
+    const auto upTo = [&random](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    const auto confirm = [&] {
+        dialog->ListBox1->choose("Диалог");
+        QTest::mouseClick(dialog->BitBtn1, Qt::LeftButton);
+    };
+    // The model is a copy of the whole list for every state that it has had.
+    std::vector<QStringList> states{m_windows->rows()};
+    std::size_t at = 0;
+    const auto go = [&](void (ListHistory::*step)(), int direction) {
+        const bool possible = direction < 0 ? at > 0 : at + 1 < states.size();
+        // Texts of the dialog are steps too.
+        for (int steps = 0; possible && steps < 20 && m_windows->rows() == states[at]; ++steps)
+            (list->history->*step)();
+        if (possible)
+            at = direction < 0 ? at - 1 : at + 1;
+        QCOMPARE(m_windows->rows(), states[at]);
+    };
+    for (int i = 0; i < 60; ++i) {
+        const int choice = upTo(12);
+        // A text that something takes the place of is a new step, after which there is none to make again.
+        if (dialog->state().isChanged())
+            states.resize(at + 1);
+        m_grid->setRow(1 + upTo(m_grid->RowCount() - 1));
+        if (choice < 3) {
+            dialog->describeNewScene(QString::number(upTo(50)));
+            confirm();
+        } else if (choice < 5) {
+            list->StringGrid1Click();
+            dialog->Edit3->setText(QString::number(i));
+            // Not every text is saved.
+            if (upTo(2) == 0)
+                confirm();
+        } else if (choice == 5) {
+            list->N10Click();
+        } else if (choice == 6) {
+            list->N13Click();
+        } else if (choice == 7 && upTo(3) == 0) {
+            list->N12Click();
+        } else if (choice == 8 && upTo(2) == 0) {
+            m_windows->write("film.avi.scenes",
+                             "<scenes><scene/><scene><title>" + QByteArray::number(i) + "</title></scene></scenes>");
+            list->Open1Click();
+        } else if (!dialog->state().isChanged() && at + 1 < states.size() && upTo(2) == 0) {
+            go(&ListHistory::redo, 1);
+        } else {
+            go(&ListHistory::undo, -1);
+        }
+        if (m_windows->rows() != states[at]) {
+            states.resize(at + 1);
+            states.push_back(m_windows->rows());
+            ++at;
+        }
+        if (!dialog->isAdding() && !dialog->state().isChanged())
+            QCOMPARE(dialog->Edit3->text(), m_grid->cell(TitleColumn, m_grid->Row()));
+    }
+    while (at > 0)
+        go(&ListHistory::undo, -1);
+    while (at + 1 < states.size())
+        go(&ListHistory::redo, 1);
+
+    // A hundred steps.
+    list->N12Click();
+    for (int i = 0; i < 130; ++i)
+        list->history->add(sceneWith({{&Scene::title, QString::number(i)}}));
+    for (int i = 0; i < 130; ++i)
+        list->history->undo();
+    QCOMPARE(m_grid->RowCount(), 31);
+}
+
+void SceneListWindowTest::typingIsTakenBackFirst()
+{
+    m_windows->openVideo();
+    TForm2 *dialog = m_windows->dialog.get();
+    m_windows->addRow(sceneWith({{&Scene::position, "1"}, {&Scene::type, "Диалог"}, {&Scene::title, "a"}}));
+    m_windows->list->show();
+    const auto press = [dialog](Qt::KeyboardModifiers more = {}) {
+        dialog->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        QTest::keyClick(dialog->focusWidget(), Qt::Key_Z, Qt::ControlModifier | more);
+    };
+    m_windows->clickRow(1);
+    dialog->Edit3->setFocus();
+    QTest::keyClick(dialog->Edit3, Qt::Key_End);
+    QTest::keyClicks(dialog->Edit3, "b");
+    QTest::keyClick(dialog->Edit3, Qt::Key_Return);
+    QCOMPARE(m_grid->cell(TitleColumn, 1), QString("ab"));
+    QTest::keyClicks(dialog->Edit3, "c");
+    press();
+    QVERIFY(dialog->Edit3->text() == "ab" && m_grid->cell(TitleColumn, 1) == "ab");
+    // The field that has the focus has nothing left of its own.
+    dialog->Edit4->setFocus();
+    press();
+    QCOMPARE(m_grid->cell(TitleColumn, 1), QString("a"));
+    QCOMPARE(dialog->Edit3->text(), QString("ab"));
+    press(Qt::ShiftModifier);
+    QCOMPARE(m_grid->cell(TitleColumn, 1), QString("ab"));
+    press();
+    // With Enter the text that came back is saved again.
+    QTest::keyClick(dialog->Edit4, Qt::Key_Return);
+    QCOMPARE(m_grid->cell(TitleColumn, 1), QString("ab"));
+}
+
+void SceneListWindowTest::theStatusBarTellsHowThingsStand()
+{
+    TForm3 *list = m_windows->list.get();
+    const auto tells = [this](const char *fact) {
+        m_windows->list->followFilm();
+        return told("State").contains(QString::fromUtf8(fact));
+    };
+    QVERIFY(tells("Сцен: 0") && tells("Фильм не открыт: список не сохранить"));
+    list->Save1Click();
+    QCOMPARE(told("Fact"), QString("Фильм не открыт: список не сохранить"));
+    m_windows->openVideo();
+    QVERIFY(!tells("Фильм"));
+    m_windows->dialog->describeNewScene("1");
+    QTRY_VERIFY(tells("Описывается новая сцена"));
+    m_windows->dialog->ListBox1->choose("Диалог");
+    QTest::mouseClick(m_windows->dialog->BitBtn1, Qt::LeftButton);
+    list->Save1Click();
+    QVERIFY(tells("Сцен: 1") && tells("film.avi.scenes") && tells("Сохранён") && told("Fact") == "Список сохранён");
+    m_windows->clickRow(1);
+    QTRY_VERIFY(tells("Редактируется сцена 1"));
+    m_windows->dialog->Edit3->setText("R&D");
+    QTest::mouseClick(m_windows->dialog->BitBtn1, Qt::LeftButton);
+    list->Save1Click();
+    for (const char *part : {"сцены 1", "«Название»", "«&»"})
+        QVERIFY2(told("Fact").contains(part), qPrintable(told("Fact")));
+    m_windows->dialog->close();
+    QTRY_VERIFY(!tells("Редактируется"));
+    m_windows->openVideo("other.avi");
+    QVERIFY(tells("Список пришёл с другим фильмом: film.avi"));
+    list->Save1Click();
+    QVERIFY(!tells("с другим фильмом"));
+    Teardown();
+    QVERIFY(tells("Фильм не открыт: список не сохранить"));
+}
+
+void SceneListWindowTest::keysFindAndSeek()
+{
+    m_windows->openVideo();
+    int second = 2;
+    for (const char *title : {"Замок", "мост", "ЗАМОК <b>", "река"})
+        m_windows->addRow(sceneWith(
+            {{&Scene::position, QString::number(second++)}, {&Scene::length, "1.5"}, {&Scene::comment, title}}));
+    TForm3 *list = m_windows->list.get();
+    list->show();
+    list->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(list));
+    const auto press = [](Qt::Key key, Qt::KeyboardModifiers with = {}) {
+        QTest::keyClick(QApplication::focusWidget(), key, with);
+    };
+    m_grid->setFocus();
+    press(Qt::Key_F, Qt::ControlModifier);
+    list->findBar->edit->insert("замо");
+    QTest::keyClicks(list->findBar->edit, "x");
+    QVERIFY(told("Fact").contains("Не найдено"));
+    QTest::keyClick(list->findBar->edit, Qt::Key_Backspace);
+    QVERIFY(list->findBar->edit->hasFocus() && m_grid->Row() == 1);
+    for (const int row : {3, 1}) {
+        press(Qt::Key_Return);
+        QCOMPARE(m_grid->Row(), row);
+    }
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    QCOMPARE(m_grid->Row(), 3);
+    m_windows->system.calls.clear();
+    press(Qt::Key_Return, Qt::ControlModifier);
+    QCOMPARE(m_windows->system.calls, QStringList{"seek 40000000"});
+    QTest::keyClicks(list->findBar->edit, "!");
+    QVERIFY(m_grid->Row() == 3 && told("Fact").contains("Не найдено"));
+    press(Qt::Key_Escape);
+    QVERIFY(!list->findBar->isVisible() && m_grid->hasFocus() && !m_windows->dialog->isVisible());
+
+    // Of the scenes that play the one that began last is tinted.
+    for (const auto &[moment, row] :
+         {std::pair(0, 0), std::pair(20'000'000, 1), std::pair(34'999'999, 2), std::pair(65'000'000, 0)}) {
+        ::pos = moment;
+        list->followFilm();
+        QCOMPARE(m_grid->playingRow(), row);
+    }
+
+    // A cut text is whole in the hint, and never markup.
+    const auto hintAt = [this](int row, int column) {
+        QToolTip::hideText();
+        const QPoint point = m_grid->visualRect(m_grid->model()->index(row - 1, column - 1)).center();
+        QHelpEvent event(QEvent::ToolTip, point, m_grid->viewport()->mapToGlobal(point));
+        QApplication::sendEvent(m_grid->viewport(), &event);
+        return QToolTip::text();
+    };
+    m_grid->setCell(TitleColumn, 1, "<b>" + QString("слово ").repeated(30));
+    QVERIFY(hintAt(1, LengthColumn).isEmpty());
+    QVERIFY2(hintAt(1, TitleColumn).contains("&lt;b&gt;"), qPrintable(QToolTip::text()));
 }
 
 QTEST_MAIN(SceneListWindowTest)

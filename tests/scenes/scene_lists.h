@@ -18,6 +18,15 @@ inline QStringList rowsOf(const GridCells &list)
     return rows;
 }
 
+/// A scene that has these fields only.
+inline Scene sceneWith(std::initializer_list<std::pair<QString Scene::*, QString>> fields)
+{
+    Scene scene;
+    for (const auto &[field, text] : fields)
+        scene.*field = text;
+    return scene;
+}
+
 /// A list whose scenes have these positions, and as title the row that they were put into.
 inline GridCells listOf(const QStringList &positions)
 {

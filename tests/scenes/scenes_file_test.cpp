@@ -1,9 +1,14 @@
 #include "scenes/scenes_file.h"
 
+#include "random_seed.h"
 #include "scene_lists.h"
+#include "scenes/cell_text.h"
+#include "scenes/scene_lines.h"
 
 #include <QStringEncoder>
 #include <QTest>
+
+#include <random>
 
 namespace {
 
@@ -13,13 +18,50 @@ void load(GridCells &list, const QByteArray &xml)
 {
     TXMLDocument document;
     document.LoadFromXML(xml, fileName);
-    fillList(list, *Getscenes(document), fileName);
+    GridCells rows(sceneColumnCount);
+    struct Shown {
+        GridCells &list, &rows;
+        ~Shown() { list.exchangeDataRows(rows); }
+    };
+    const Shown shown{list, rows};
+    fillList(rows, *Getscenes(document), fileName, list);
 }
 
 /// A file of one scene with this content.
 QByteArray oneScene(const QByteArray &content)
 {
     return "<scenes><scene>" + content + "</scene></scenes>";
+}
+
+/// How many random lists a test makes: what TAVRIN_LISTS says, or enough for every day.
+int randomLists()
+{
+    bool given = false;
+    const int count = qEnvironmentVariableIntValue("TAVRIN_LISTS", &given);
+    return given ? count : 4000;
+}
+
+/// Mostly what the file and its reader might stumble over.
+QString randomText(std::mt19937 &random)
+{
+    static const QStringList pieces{
+        "a",  "Я",  " ",  "0",    "&",     "<",   ">",    "]",         "]]>",         "]]",       "&amp;",
+        "\t", "\n", "\"", "'",    "&#10;", "<b>", "</b>", "<b/>",      "</title>",    "<title/>", "<!-- x -->",
+        "\r", "=",  "🎬",  "\x01", "\x7f",  "é",   "?>",   "<![CDATA[", "\t\t<title>", "</scene>", "-->",
+    };
+    static const std::vector<char16_t> odd{0,      0x1F,   0x80,   0x85,   0x9F,   0xA0,   0x2028, 0xD800, 0xDBFF,
+                                           0xDC00, 0xDFFF, 0xE000, 0xFDD0, 0xFEFF, 0xFFFD, 0xFFFE, 0xFFFF};
+    QString text;
+    for (auto left = random() % 5; left > 0; --left) {
+        const auto choice = random() % 8;
+        if (choice == 0)
+            text += QChar(odd[random() % odd.size()]);
+        else if (choice == 1)
+            text += QString::fromUcs4(U"\x1FFFE", 1);
+        else
+            text += pieces[static_cast<qsizetype>(random() % static_cast<std::size_t>(pieces.size()))];
+    }
+    return text;
 }
 
 } // namespace
@@ -33,6 +75,8 @@ private Q_SLOTS:
     void scenesAreReadHoweverTheyAreWritten();
     void unreadableFilesAreRefused();
     void elementsInAFieldStopTheFilling();
+    void whatIsToldLostIsLostAndNothingElse();
+    void everyListComesBackLineByLine();
 };
 
 void ScenesFileTest::theFileIsWrittenLetterForLetter()
@@ -136,6 +180,55 @@ void ScenesFileTest::elementsInAFieldStopTheFilling()
     QVERIFY2(refusal.contains(fileName) && refusal.contains("в сцене 2") && refusal.contains("«title»"),
              qPrintable(refusal));
     QCOMPARE(rowsOf(list), QStringList({"1||||||a||||||", "2|5|||||2||||||", "3|c|||||3||||||", "||||||||||||"}));
+}
+
+void ScenesFileTest::whatIsToldLostIsLostAndNothingElse()
+{
+    std::mt19937 random(randomSeed());
+    for (int i = 0; i < randomLists(); ++i) {
+        const QString text = randomText(random);
+        GridCells list(sceneColumnCount);
+        setScene(list, 1, sceneWith({{&Scene::title, text}}));
+        GridCells read(sceneColumnCount);
+        const QString refusal = refusalOf([&] { load(read, scenesXml(list)); });
+        const bool cameBack = refusal.isEmpty() && read.cell(TitleColumn, 1) == text;
+        QVERIFY2(whatIsLost(text).isEmpty() == cameBack, qPrintable(text + "|" + whatIsLost(text)));
+        QCOMPARE(firstLostText(list).isEmpty(), cameBack);
+        // What a cell holds has none of what no way of writing it down could help.
+        QVERIFY(!whatIsLost(asCellText(text)).contains("код"));
+        QCOMPARE(asCellText(asSingleLine(text)), asSingleLine(text));
+    }
+    QVERIFY(firstLostText(listOf({"1", "2", "a&b"})).contains("сцены 3"));
+}
+
+void ScenesFileTest::everyListComesBackLineByLine()
+{
+    std::mt19937 random(randomSeed());
+    for (int i = 0; i < randomLists(); ++i) {
+        GridCells list(sceneColumnCount);
+        for (auto left = random() % 4; left > 0; --left) {
+            Scene scene;
+            for (const auto field : sceneFields)
+                scene.*field = asCellText(randomText(random));
+            setScene(list, rowForNewScene(list), scene);
+        }
+        const QByteArray xml = scenesXml(list);
+        const auto read = readLineByLine(xml);
+        if (listIsEmpty(list))
+            list.setCell(NumberColumn, 1, "1");
+        QVERIFY2(read && rowsOf(*read) == rowsOf(list), xml.constData());
+        // A file cut anywhere is none that was written.
+        const auto cut = static_cast<qsizetype>(random() % static_cast<std::size_t>(xml.size()));
+        QVERIFY(!readLineByLine(xml.first(cut)));
+    }
+    const QByteArray xml = scenesXml(listOf({"1", "2"}));
+    for (const QByteArray &other : {QByteArray(xml).replace("\r\n", "\n"), QByteArray(xml).replace("title", "name"),
+                                    QByteArray(xml).replace("<place/>", "<place></place"), xml + "\r\n", xml.sliced(3),
+                                    QByteArray(xml).replace("<title>1", "<title>\xFF"), oneScene("<title>&</title>")})
+        QVERIFY2(!readLineByLine(other), other.constData());
+    const auto cleaned = readLineByLine(QByteArray(xml).replace("<title>1", QByteArray("<title>&\0\x01\r", 11)));
+    QVERIFY(cleaned);
+    QCOMPARE(cleaned->cell(TitleColumn, 1), QString("&  \n"));
 }
 
 QTEST_GUILESS_MAIN(ScenesFileTest)
