@@ -91,7 +91,7 @@ bool FilmFile::readHeader()
     context->interrupt_callback = {&FilmFile::onInterrupt, this};
     context->io_open = refuseToOpen;
     context->protocol_whitelist = av_strdup("none");
-    // The player shows what an edit list leaves out, and counts from it.
+    // Pictures that an edit list leaves out are told by their times, of which those that it shows are independent.
     AVDictionary *options = nullptr;
     av_dict_set(&options, "advanced_editlist", "0", 0);
     const int result = avformat_open_input(&context, nullptr, nullptr, &options); // frees the context on failure
@@ -171,6 +171,17 @@ AVRational FilmFile::frameRate() const
             return rate;
     }
     return guessedFrameRate;
+}
+
+bool FilmFile::knowsTimes() const
+{
+    return m_tellsTimes || (m_isAvi && m_stream->codecpar->video_delay == 0);
+}
+
+std::int64_t FilmFile::editStart() const
+{
+    // The edit's begin is this demuxer's zero; what decoding needs before it is told with times below.
+    return std::string_view(m_context->iformat->name).starts_with("mov") ? 0 : std::numeric_limits<std::int64_t>::min();
 }
 
 std::int64_t FilmFile::duration() const

@@ -37,6 +37,11 @@ public:
 
     /// False if the film has no presentation times and `read` reckons them.
     [[nodiscard]] bool tellsTimes() const { return m_tellsTimes; }
+    /// True if the times that `read` sets are those that pictures are shown at: told, or the slots of pictures that
+    /// are shown in decoding order.
+    [[nodiscard]] bool knowsTimes() const;
+    /// What is shown before this time is left out by the container's edit list.
+    [[nodiscard]] std::int64_t editStart() const;
 
     /// The next packet in decoding order, or null at the end. `pts` is set wherever the film gives a way to know it.
     [[nodiscard]] Packet read();
@@ -53,6 +58,9 @@ public:
     /// The decoding time of the index's key picture at or before a decoding time, or nothing if the film has no
     /// index to go by.
     [[nodiscard]] std::optional<std::int64_t> indexedKey(std::int64_t decodingTime) const;
+
+    /// False for transport and program streams, which have no index worth the name.
+    [[nodiscard]] bool hasIndex() const { return !m_sparseIndex; }
 
     /// True if the index names every picture.
     [[nodiscard]] bool indexIsComplete() const { return m_complete; }

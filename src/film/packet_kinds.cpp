@@ -1,6 +1,7 @@
 #include "film/packet_kinds.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -12,14 +13,17 @@ using Bytes = std::span<const std::uint8_t>;
 /// Walks over the units of a packet or of a stream's headers: what stands between start codes, or behind lengths.
 class Units {
 public:
-    Units(Bytes bytes, int lengthSize) : m_rest(bytes), m_lengthSize(static_cast<std::size_t>(lengthSize)) {}
+    Units(Bytes bytes, int lengthSize) : m_rest(bytes), m_lengthSize(static_cast<std::size_t>(lengthSize))
+    {
+        if (m_lengthSize == 0)
+            skipStartCode();
+    }
 
-    /// The next unit without its start code or length; nothing at the end. `isBroken` tells a false length.
+    /// The next unit without the start code or length before it; nothing at the end. `isBroken` tells a false length.
     std::optional<Bytes> next()
     {
         if (m_lengthSize > 0)
             return nextByLength();
-        skipStartCode();
         if (m_rest.empty())
             return std::nullopt;
         const Bytes unit = m_rest;
@@ -141,6 +145,36 @@ int highestHevcLayer(Bytes headers)
     return found[3] >> 1U & 7U;
 }
 
+// The count of frames until recovery that an H.264 unit of supplementary information announces, or nothing.
+std::optional<int> h264Recovery(Bytes unit)
+{
+    constexpr unsigned supplementary = 6;
+    constexpr unsigned recoveryPoint = 6;
+    if ((unit[0] & 31U) != supplementary)
+        return std::nullopt;
+    std::size_t at = 1;
+    while (at + 2 < unit.size()) {
+        const unsigned type = unit[at];
+        const std::size_t size = unit[at + 1];
+        // Longer types and sizes go on in further bytes; this one needs none, and those before it are skipped.
+        constexpr unsigned longer = 255;
+        if (type == longer || size == longer)
+            return std::nullopt;
+        if (type != recoveryPoint) {
+            at += 2 + size;
+            continue;
+        }
+        // Exponential-Golomb: as many zeros as bits follow the first one.
+        std::uint32_t bits = 0;
+        for (std::size_t byte = 0; byte < 4; ++byte)
+            bits = bits << 8U | (at + 2 + byte < unit.size() ? unit[at + 2 + byte] : 0U);
+        const int zeros = std::countl_zero(bits);
+        constexpr int mostZeros = 15;
+        return zeros > mostZeros ? 0 : static_cast<int>((bits << zeros >> (31 - zeros)) - 1);
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 PacketKinds::PacketKinds(const AVCodecParameters &stream)
@@ -173,6 +207,9 @@ PacketKinds::PacketKinds(const AVCodecParameters &stream)
         m_kind = Kind::Hevc;
         break;
     }
+    case AV_CODEC_ID_VP8:
+        m_kind = Kind::Vp8;
+        break;
     default:
         break;
     }
@@ -192,6 +229,7 @@ bool PacketKinds::isUnreferenced(const AVPacket &packet) const
         return allUnreferenced(bytes, m_lengthSize, h264Picture);
     case Kind::Hevc:
         return allUnreferenced(bytes, m_lengthSize, [this](Bytes unit) { return hevcPicture(unit, m_highestLayer); });
+    case Kind::Vp8:
     case Kind::None:
         break;
     }
@@ -210,4 +248,30 @@ bool PacketKinds::isKey(const AVPacket &packet) const
             return *coding == Coding::Intra;
     }
     return true;
+}
+
+int PacketKinds::recovery(const AVPacket &key) const
+{
+    if (m_kind != Kind::H264 || key.data == nullptr)
+        return 0;
+    Units units(Bytes(key.data, static_cast<std::size_t>(key.size)), m_lengthSize);
+    while (const std::optional<Bytes> unit = units.next()) {
+        if (const auto frames = unit->empty() ? std::nullopt : h264Recovery(*unit))
+            return *frames;
+        if (!unit->empty() && h264Picture(*unit))
+            break;
+    }
+    return 0;
+}
+
+bool PacketKinds::isShown(const AVPacket &packet) const
+{
+    // A packet this small only says that the picture before stays.
+    constexpr int largestRepeat = 7;
+    constexpr std::uint8_t shown = 0x10;
+    if (packet.data == nullptr || packet.size <= 0)
+        return false;
+    if (m_kind == Kind::Mpeg4)
+        return packet.size > largestRepeat;
+    return m_kind != Kind::Vp8 || (packet.data[0] & shown) != 0;
 }

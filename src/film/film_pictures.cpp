@@ -1,0 +1,204 @@
+#include "film/film_pictures.h"
+
+#include "film/packet_stretch.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// What one question may read: half an hour of film with some thirty pictures a second.
+constexpr std::size_t mostPackets = 50'000;
+
+/// Up to so many seconds beside what is known, reading on is cheaper than beginning anew.
+constexpr std::int64_t nearSeconds = 2;
+
+/// A demuxer without an index may lose what begins less than so many seconds after the place that it was sent to.
+constexpr double demuxerMargin = 0.1;
+
+/// Containers round times to a millisecond at the coarsest; a coarser time base is exact.
+constexpr double mostRoundingSeconds = 0.0005;
+
+} // namespace
+
+/// Finds the key picture before a moment and the picture after it, and so all between.
+class FilmPictures::Body {
+public:
+    Body(std::unique_ptr<FilmFile> film, const Interrupted &interrupted)
+        : m_film(std::move(film)), m_stretch(*m_film, interrupted),
+          m_second(std::max<std::int64_t>(av_rescale_q(1, {1, 1}, m_film->stream().time_base), 1)),
+          m_groupLength(m_second)
+    {
+    }
+
+    [[nodiscard]] const FilmFile &film() const { return *m_film; }
+    [[nodiscard]] const PacketStretch &stretch() const { return m_stretch; }
+    [[nodiscard]] std::int64_t first() const { return m_first; }
+
+    [[nodiscard]] bool findFirst()
+    {
+        m_stretch.allow(mostPackets);
+        if (!m_stretch.beginAtFilm() || m_stretch.isEmpty() || !m_stretch.reachKey())
+            return false;
+        m_begin = m_stretch.front().decoded;
+        const PacketPlace key = *m_stretch.firstKey();
+        std::int64_t before = std::max(key.shown, m_film->editStart()) - 1;
+        for (;;) {
+            const auto candidate = m_stretch.knowsAfter(before) ? m_stretch.firstAfter(before) : std::nullopt;
+            if (!candidate)
+                return false;
+            m_first = before = *candidate;
+            // Where pictures are refreshed little by little, those before the first whole one are not shown.
+            if (m_stretch.keyFor(m_first) != nullptr)
+                return true;
+        }
+    }
+
+    /// Makes sure that the key picture for the moment and the picture after it are in the stretch.
+    [[nodiscard]] bool cover(std::int64_t time)
+    {
+        m_stretch.allow(mostPackets);
+        if (isNear(time) && m_stretch.knowsAfter(time) && reachKey(time))
+            return true;
+        return beginNear(time);
+    }
+
+private:
+    [[nodiscard]] bool isNear(std::int64_t time) const
+    {
+        const PacketPlace *key = m_stretch.isEmpty() ? nullptr : m_stretch.firstKey();
+        return key != nullptr && av_sat_sub64(key->shown, time) <= nearSeconds * m_second
+               && av_sat_sub64(time, m_stretch.complete()) <= nearSeconds * m_second;
+    }
+
+    [[nodiscard]] bool beginNear(std::int64_t time)
+    {
+        std::int64_t from = time;
+        if (m_film->duration() > 0)
+            from = std::min(from, av_sat_add64(m_first, m_film->duration()));
+        for (std::int64_t back = m_film->hasIndex() ? 0 : m_groupLength;; back = std::max(2 * back, m_second)) {
+            const std::int64_t place = av_sat_sub64(from, back);
+            const bool fromBegin = place <= m_begin;
+            const bool begun = fromBegin ? m_stretch.beginAtFilm() : m_stretch.beginBefore(place);
+            if (begun && !m_stretch.isEmpty())
+                return m_stretch.knowsAfter(time) && reachKey(time);
+            // The place may lie behind the film's last packet.
+            if (fromBegin || !m_stretch.mayRead())
+                return false;
+        }
+    }
+
+    [[nodiscard]] bool reachKey(std::int64_t time)
+    {
+        std::int64_t back = m_groupLength;
+        std::int64_t place = m_film->hasIndex() ? m_stretch.front().decoded - 1 : time - back;
+        for (;;) {
+            if (const PacketPlace *key = m_stretch.keyFor(time)) {
+                m_groupLength = std::max(m_groupLength, *m_stretch.lastUpTo(time) - key->decoded + m_second / 2);
+                return true;
+            }
+            if (m_stretch.beginsFilm() || !m_stretch.mayRead())
+                return false;
+            const std::int64_t front = m_stretch.front().decoded;
+            if (place <= m_begin)
+                (void)m_stretch.growBackToFilm();
+            else if (place < front)
+                (void)m_stretch.growBackTo(place);
+            if (place <= m_begin && !m_stretch.beginsFilm())
+                return false;
+            back *= 2;
+            place = std::min(time, front) - back;
+        }
+    }
+
+    std::unique_ptr<FilmFile> m_film;
+    PacketStretch m_stretch;
+    std::int64_t m_second;      ///< in units of the time base
+    std::int64_t m_groupLength; ///< the longest that was met, and a little more
+    std::int64_t m_begin = 0;   ///< decoding time of the first packet
+    std::int64_t m_first = 0;
+};
+
+FilmPictures::FilmPictures(std::unique_ptr<Body> body) : m_body(std::move(body)) {}
+FilmPictures::~FilmPictures() = default;
+
+std::unique_ptr<FilmPictures> FilmPictures::open(const std::string &path, Interrupted interrupted)
+{
+    std::unique_ptr<FilmFile> film = FilmFile::open(path, interrupted, interrupted);
+    if (!film || !film->knowsTimes())
+        return nullptr;
+    auto body = std::make_unique<Body>(std::move(film), interrupted);
+    return body->findFirst() ? std::unique_ptr<FilmPictures>(new FilmPictures(std::move(body))) : nullptr;
+}
+
+FilmPictures::TimeBase FilmPictures::timeBase() const
+{
+    const AVRational base = m_body->film().stream().time_base;
+    return {base.num, base.den};
+}
+
+double FilmPictures::secondsOf(std::int64_t time) const
+{
+    return static_cast<double>(time) * av_q2d(m_body->film().stream().time_base);
+}
+
+double FilmPictures::frameRate() const
+{
+    return av_q2d(m_body->film().frameRate());
+}
+
+std::int64_t FilmPictures::first() const
+{
+    return m_body->first();
+}
+
+std::optional<std::int64_t> FilmPictures::last()
+{
+    constexpr std::int64_t pastEveryFilm = latestTime - 1;
+    return pictureAt(pastEveryFilm);
+}
+
+std::optional<std::int64_t> FilmPictures::at(double seconds)
+{
+    const double unit = av_q2d(m_body->film().stream().time_base);
+    const double time = std::floor(seconds / unit + std::min(0.5, mostRoundingSeconds / unit));
+    constexpr double most = 9e18;
+    return pictureAt(static_cast<std::int64_t>(std::clamp(time, -most, most)));
+}
+
+std::optional<std::int64_t> FilmPictures::pictureAt(std::int64_t time)
+{
+    time = std::max(time, first());
+    return m_body->cover(time) ? m_body->stretch().lastUpTo(time) : std::nullopt;
+}
+
+FilmPictures::Neighbour FilmPictures::before(std::int64_t time)
+{
+    const auto picture = pictureAt(time);
+    if (!picture)
+        return {};
+    if (*picture <= first())
+        return {Neighbour::Kind::None, 0};
+    const auto before = pictureAt(*picture - 1);
+    return before ? Neighbour{Neighbour::Kind::Picture, *before} : Neighbour{};
+}
+
+FilmPictures::Neighbour FilmPictures::after(std::int64_t time)
+{
+    time = std::max(time, first());
+    if (!m_body->cover(time))
+        return {};
+    const auto after = m_body->stretch().firstAfter(time);
+    return after ? Neighbour{Neighbour::Kind::Picture, *after} : Neighbour{Neighbour::Kind::None, 0};
+}
+
+std::optional<FilmPictures::GroupBegin> FilmPictures::groupBegin(std::int64_t time)
+{
+    const auto picture = pictureAt(time);
+    const PacketPlace *key = picture ? m_body->stretch().keyFor(*picture) : nullptr;
+    if (key == nullptr)
+        return std::nullopt;
+    const std::int64_t decoded = std::min(key->decoded, key->shown);
+    const double margin = m_body->film().hasIndex() ? 0.0 : demuxerMargin;
+    return GroupBegin{key->shown, decoded, secondsOf(*picture - decoded) + margin};
+}
