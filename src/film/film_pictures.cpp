@@ -7,9 +7,6 @@
 
 namespace {
 
-/// What one question may read: half an hour of film with some thirty pictures a second.
-constexpr std::size_t mostPackets = 50'000;
-
 /// Up to so many seconds beside what is known, reading on is cheaper than beginning anew.
 constexpr std::int64_t nearSeconds = 2;
 
@@ -37,27 +34,18 @@ public:
 
     [[nodiscard]] bool findFirst()
     {
-        m_stretch.allow(mostPackets);
-        if (!m_stretch.beginAtFilm() || m_stretch.isEmpty() || !m_stretch.reachKey())
+        const auto first = m_stretch.findFirstPicture();
+        if (!first)
             return false;
         m_begin = m_stretch.front().decoded;
-        const PacketPlace key = *m_stretch.firstKey();
-        std::int64_t before = std::max(key.shown, m_film->editStart()) - 1;
-        for (;;) {
-            const auto candidate = m_stretch.knowsAfter(before) ? m_stretch.firstAfter(before) : std::nullopt;
-            if (!candidate)
-                return false;
-            m_first = before = *candidate;
-            // Where pictures are refreshed little by little, those before the first whole one are not shown.
-            if (m_stretch.keyFor(m_first) != nullptr)
-                return true;
-        }
+        m_first = *first;
+        return true;
     }
 
     /// Makes sure that the key picture for the moment and the picture after it are in the stretch.
     [[nodiscard]] bool cover(std::int64_t time)
     {
-        m_stretch.allow(mostPackets);
+        m_stretch.allow(PacketStretch::mostPackets);
         if (isNear(time) && m_stretch.knowsAfter(time) && reachKey(time))
             return true;
         return beginNear(time);
@@ -125,7 +113,7 @@ FilmPictures::~FilmPictures() = default;
 std::unique_ptr<FilmPictures> FilmPictures::open(const std::string &path, Interrupted interrupted)
 {
     std::unique_ptr<FilmFile> film = FilmFile::open(path, interrupted, interrupted);
-    if (!film || !film->knowsTimes())
+    if (!film)
         return nullptr;
     auto body = std::make_unique<Body>(std::move(film), interrupted);
     return body->findFirst() ? std::unique_ptr<FilmPictures>(new FilmPictures(std::move(body))) : nullptr;

@@ -99,6 +99,20 @@ bool PacketStretch::readOn()
     return true;
 }
 
+std::optional<std::int64_t> PacketStretch::findFirstPicture()
+{
+    if (!m_film.knowsTimes() || !beginAtFilm() || !reachKey())
+        return std::nullopt;
+    std::int64_t before = std::max(firstKey()->shown, m_film.editStart()) - 1;
+    for (;;) {
+        const auto candidate = knowsAfter(before) ? firstAfter(before) : std::nullopt;
+        // Where pictures are refreshed little by little, those before the first whole one are not shown.
+        if (!candidate || keyFor(*candidate) != nullptr)
+            return candidate;
+        before = *candidate;
+    }
+}
+
 bool PacketStretch::reachKey()
 {
     while (firstKey() == nullptr) {

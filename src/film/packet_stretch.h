@@ -24,6 +24,9 @@ public:
     /// The film must live as long.
     PacketStretch(FilmFile &film, Interrupted interrupted);
 
+    /// What one question may read by default: half an hour of film with some thirty pictures a second.
+    static constexpr std::size_t mostPackets = 50'000;
+
     /// The next reads fail after so many packets.
     void allow(std::size_t packets) { m_allowed = packets; }
     [[nodiscard]] bool mayRead() const { return m_allowed > 0 && !m_interrupted(); }
@@ -37,8 +40,9 @@ public:
     [[nodiscard]] bool growBackTo(std::int64_t time);
     [[nodiscard]] bool growBackToFilm();
 
-    /// Reads on until there is a key picture. False if there is none.
-    [[nodiscard]] bool reachKey();
+    /// Begins anew at the film's first packet and reads to the film's first picture: the first that comes out right
+    /// of those that the edit list shows. Nothing if that cannot be known.
+    [[nodiscard]] std::optional<std::int64_t> findFirstPicture();
     /// Reads on until the picture after `time` is known, or that there is none. False if that cannot be known.
     [[nodiscard]] bool knowsAfter(std::int64_t time);
 
@@ -58,6 +62,7 @@ public:
 
 private:
     void clear();
+    [[nodiscard]] bool reachKey();
     [[nodiscard]] std::optional<PacketPlace> readPlace();
     [[nodiscard]] bool readOn();
     [[nodiscard]] bool prepend();
@@ -72,7 +77,7 @@ private:
     CodecContext m_parsed;
     PacketTimes m_times;
     std::deque<PacketPlace> m_places; ///< in decoding order
-    std::size_t m_allowed = 0;
+    std::size_t m_allowed = mostPackets;
     bool m_beginsFilm = false;
     bool m_ended = false;      ///< the film's last packet is in it
     bool m_standsHere = false; ///< the film's next packet is the one after the last

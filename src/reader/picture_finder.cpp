@@ -1,5 +1,7 @@
 #include "reader/picture_finder.h"
 
+#include "film/packet_stretch.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -27,11 +29,17 @@ PictureFinder::PictureFinder(std::unique_ptr<FilmFile> film, std::unique_ptr<Pic
 
 void PictureFinder::findFirst(const Interrupted &interrupted)
 {
-    m_run.restart();
     const auto deadline = std::chrono::steady_clock::now() + firstPicturePatience;
+    std::optional<std::int64_t> told;
+    // Where times are counted the first packet begins the film; some formats tell its colours only once.
+    if (m_film->tellsTimes()) {
+        told = PacketStretch(*m_film, interrupted).findFirstPicture();
+        (void)m_film->rewind();
+    }
+    m_run.restart();
     for (;;) {
         const DecodingRun::Progress progress = m_run.step(interrupted);
-        if (progress == DecodingRun::Progress::Picture) {
+        if (progress == DecodingRun::Progress::Picture && (!told || m_pictures.last().from >= *told)) {
             m_zero = m_pictures.last().from;
             m_first = anotherOwner(*m_pictures.last().frame);
             return;
@@ -40,7 +48,7 @@ void PictureFinder::findFirst(const Interrupted &interrupted)
         if (progress == DecodingRun::Progress::End || interrupted() || isLate)
             break;
     }
-    m_zero = m_run.times().first().value_or(0);
+    m_zero = told ? *told : m_run.times().first().value_or(0);
 }
 
 PictureFinder::Answer PictureFinder::find(std::int64_t time, const Interrupted &interrupted)

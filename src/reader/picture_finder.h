@@ -27,7 +27,7 @@ public:
 
     /// The film's first picture, or null if it has none that can be decoded.
     [[nodiscard]] const AVFrame *firstPicture() const { return m_first.get(); }
-    /// The time of the first picture: the film's zero.
+    /// The time of the first picture: the film's zero, where the packets tell it the one that FilmPictures tells.
     [[nodiscard]] std::int64_t zero() const { return m_zero; }
 
     /// The times that will probably be asked for next, ascending: their pictures are not left out on the way, and

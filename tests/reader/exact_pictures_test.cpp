@@ -27,7 +27,8 @@ QList<QByteArray> expectedPictures(const ReaderFilm &tried, const QString &path,
     // The quick conversion is for pictures of even size that are shown as large as they are.
     const QSize shown(film.width(), film.height());
     const bool quick = !tried.anamorphic && shown.width() % 2 == 0 && shown.height() % 2 == 0;
-    const std::vector<WitnessedPicture> pictures = witnessedPictures(path, quick ? QSize() : shown);
+    std::vector<WitnessedPicture> pictures = witnessedPictures(path, quick ? QSize() : shown);
+    pictures.erase(pictures.begin(), pictures.begin() + tried.madeUp);
     QList<QByteArray> expected;
     for (std::size_t last = 0; last + 1 < pictures.size(); expected << pictures[last].hash) {
         const double until = (static_cast<double>(expected.size()) + 0.5) / film.frameRate();
@@ -78,11 +79,11 @@ void ExactPicturesTest::indexIsPicture()
             if (hash != expected[index])
                 wrong << QString("%1 is %2").arg(index).arg(expected.indexOf(hash));
         }
-        QVERIFY2(wrong.size() <= tried.knownWrong, qPrintable(QString("from %1, %2, %3 on, wrong: %4")
-                                                                  .arg(order[0])
-                                                                  .arg(order[1])
-                                                                  .arg(order[2])
-                                                                  .arg(wrong.mid(0, 12).join(", "))));
+        QVERIFY2(wrong.isEmpty(), qPrintable(QString("from %1, %2, %3 on, wrong: %4")
+                                                 .arg(order[0])
+                                                 .arg(order[1])
+                                                 .arg(order[2])
+                                                 .arg(wrong.mid(0, 12).join(", "))));
     }
 }
 

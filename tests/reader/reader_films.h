@@ -11,7 +11,7 @@ struct ReaderFilm {
     double copiedFrom = 0.0; ///< if not 0, the film is a copy of it from these seconds on
     qint64 cutBytes = 0;     ///< bytes cut off the film's beginning
     bool gaps = false;       ///< pictures are missing: an index means a moment, not a number
-    int knownWrong = 0;      ///< indices that are known to give another picture
+    int madeUp = 0;          ///< pictures that a decoder makes up before the film's first key picture
     bool anamorphic = false; ///< pixels are not square: pictures are stretched
 };
 
