@@ -2,6 +2,7 @@
 // printed as "name value".
 
 #include "player/player_state.h"
+#include "scenes/list_history.h"
 #include "scenes/scene.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
@@ -43,6 +44,7 @@ struct Costs {
     std::vector<double> sort;
     std::vector<double> save;
     std::vector<double> load;
+    std::vector<double> edit;
     std::vector<double> parse;
 };
 
@@ -88,8 +90,6 @@ int main(int argc, char *argv[])
     CurPath = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     QWidget owner;
     const TForm2 dialog(&owner);
-    TForm3 window(&owner);
-    window.show();
     OPENED = true;
 
     const auto show = [] { QCoreApplication::processEvents(); };
@@ -97,6 +97,9 @@ int main(int argc, char *argv[])
         VideoPath = folder.filePath(QString::number(count));
         Costs costs;
         for (int run = 0; run < runs; ++run) {
+            // What can be taken back is kept as long as the window is.
+            TForm3 window(&owner);
+            window.show();
             fill(window.StringGrid1, count);
             show();
             costs.sort.push_back(secondsOf([&] {
@@ -110,15 +113,21 @@ int main(int argc, char *argv[])
                 window.Open1Click();
                 show();
             }));
+            costs.edit.push_back(secondsOf([&] {
+                window.history->overwrite(sceneAt(window.StringGrid1->cells(), count / 2));
+                window.history->undo();
+                show();
+            }));
             costs.parse.push_back(secondsOf([&] {
                 const QStringList arguments{QStringLiteral("--noout"), VideoPath + QStringLiteral(".scenes")};
                 if (QProcess::execute(QStringLiteral("xmllint"), arguments) != 0)
                     qFatal("xmllint failed");
             }));
         }
-        std::printf("# %d scenes: load %.1f ms, save %.1f ms, sort %.1f ms, xmllint %.1f ms\n", count,
-                    1000 * fastest(costs.load), 1000 * fastest(costs.save), 1000 * fastest(costs.sort),
-                    1000 * fastest(costs.parse));
+        std::printf("# %d scenes: load %.1f ms, save %.1f ms, sort %.1f ms, change a row and take it back %.1f ms, "
+                    "xmllint %.1f ms\n",
+                    count, 1000 * fastest(costs.load), 1000 * fastest(costs.save), 1000 * fastest(costs.sort),
+                    1000 * fastest(costs.edit), 1000 * fastest(costs.parse));
         return costs;
     };
     constexpr int runsOfShortList = 31;

@@ -180,7 +180,7 @@ void TForm3::buildKeys()
     Undo = command(QStringLiteral("Отменить"), {Qt::CTRL | Qt::Key_Z}, &TForm3::undo);
     Redo = command(QStringLiteral("Вернуть"), {Qt::CTRL | Qt::SHIFT | Qt::Key_Z}, &TForm3::redo);
     Find = command(QStringLiteral("Найти"), {Qt::CTRL | Qt::Key_F}, &TForm3::find);
-    SeekScene = command(QStringLiteral("Перейти к сцене"), {Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter},
+    SeekScene = command(QStringLiteral("Перейти к сцене"), {Qt::CTRL | Qt::Key_Enter, Qt::CTRL | Qt::Key_Return},
                         &TForm3::StringGrid1DblClick);
 }
 
@@ -192,9 +192,11 @@ void TForm3::showEvent(QShowEvent *event)
     // The frame is not known before the window is on the screen.
     constexpr QMargins usualFrame(4, 32, 4, 4);
     const QRect picture = parentWidget()->frameGeometry();
+    const QRect available = parentWidget()->screen()->availableGeometry();
+    resize(size().boundedTo(available.marginsRemoved(usualFrame).size()));
     QRect frame = QRect(QPoint(), size()).marginsAdded(usualFrame);
     frame.moveCenter(picture.center());
-    if (const auto place = placedClearOf(picture, frame, parentWidget()->screen()->availableGeometry()))
+    if (const auto place = placedClearOf(picture, frame, available))
         move(place->topLeft());
 }
 

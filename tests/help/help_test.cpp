@@ -4,6 +4,8 @@
 #include "export/scene_table.h"
 #include "export/sql_connection.h"
 #include "help/help_commands.h"
+#include "scenes/scene_dialog.h"
+#include "scenes/scene_list_window.h"
 #include "scenes/scenes_binding.h"
 #include "scenes/type_list.h"
 #include "util/application_folder.h"
@@ -117,12 +119,18 @@ void HelpTest::everyCommandIsTold()
 {
     QStringList commands;
     TForm1 window([](QWidget *) -> std::unique_ptr<GraphSystem> { return std::make_unique<FakeGraphSystem>(); });
+    const TForm2 dialog(&window, QStringList());
+    const TForm3 list(&window);
+    const auto take = [&commands](const QAction *command) {
+        if (!command->isSeparator())
+            commands += command->text() + '|' + command->shortcut().toString(QKeySequence::PortableText);
+    };
     for (const QAction *menu : window.menuBar()->actions()) {
-        for (const QAction *command : menu->menu()->actions()) {
-            if (!command->isSeparator())
-                commands += command->text() + '|' + command->shortcut().toString(QKeySequence::PortableText);
-        }
+        for (const QAction *command : menu->menu()->actions())
+            take(command);
     }
+    for (const QAction *command : {list.Undo, list.Redo, list.Find, list.SeekScene})
+        take(command);
     QStringList told;
     const QDomNodeList rows = m_pages.at("commands.html").elementsByTagName("tr");
     for (int row = 0; row < rows.size(); ++row) {
