@@ -1,5 +1,7 @@
 #include "export/frame_reader.h"
 
+#include "platform/object_folder.h"
+#include "util/error_reason.h"
 #include "util/user_error.h"
 
 #include <algorithm>
@@ -18,6 +20,24 @@ constexpr int mutexRounds = 10;
 constexpr int mutexAttempts = 3;
 constexpr int openCalls = 5;
 constexpr int readCalls = 10;
+
+/// To follow the message that the reader could not be started; empty where no folder is the reason.
+QString startRefusal()
+{
+    const std::optional<RefusedFolder> refused = refusedObjectFolder();
+    if (!refused)
+        return {};
+    const QString folder = QStringLiteral(": папка «%1» ").arg(QString::fromStdString(refused->path));
+    switch (refused->why) {
+    case RefusedFolder::Why::OfAnotherUser:
+        return folder + QStringLiteral("принадлежит другому пользователю");
+    case RefusedFolder::Why::OpenToOthers:
+        return folder + QStringLiteral("открыта другим пользователям");
+    case RefusedFolder::Why::SystemRefuses:
+        break;
+    }
+    return folder + QStringLiteral("недоступна, ") + errorReason(refused->error);
+}
 
 } // namespace
 
@@ -202,7 +222,8 @@ void FRAME_READER::renewData(std::int32_t size)
 void FRAME_READER::throwIfEnded() const
 {
     if (!m_process)
-        throw UserError(QStringLiteral("Не удалось запустить программу чтения кадров «%1»").arg(m_exePath));
+        throw UserError(QStringLiteral("Не удалось запустить программу чтения кадров «%1»").arg(m_exePath)
+                        + startRefusal());
     if (m_process->ended())
         throw UserError(QStringLiteral("Программа чтения кадров «%1» неожиданно завершилась").arg(m_exePath));
 }

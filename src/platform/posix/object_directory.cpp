@@ -1,13 +1,16 @@
 #include "platform/posix/object_directory.h"
 
+#include "platform/object_folder.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/starting_channel.h"
+#include "platform/process.h"
 
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -53,14 +57,17 @@ Descriptor openOrMakeOwn(int parent, const std::string &name)
 struct Place {
     Descriptor directory;
     std::string path;
+    int error = 0; ///< what the system said last where there is no directory
 };
 
 Place privatePlace(const std::string &parent, const std::string &name)
 {
-    Place place;
+    Place place{{}, parent + '/' + name};
+    errno = 0;
     const Descriptor above(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (above)
-        place = {openOrMakeOwn(above.get(), name), parent + '/' + name};
+        place.directory = openOrMakeOwn(above.get(), name);
+    place.error = errno;
     return place;
 }
 
@@ -143,7 +150,7 @@ public:
     ~PosixObjectDirectory() override
     {
         // A forked child holds the same lock and must not take it for its own.
-        if (getpid() == m_holder && lock(m_directory.get(), LOCK_EX | LOCK_NB)) {
+        if (getpid() == m_holder && becomesLastHolder()) {
             removeEntries(m_directory.get());
             rmdir(m_path.c_str());
         }
@@ -154,6 +161,20 @@ public:
     void clear() override { removeEntries(m_directory.get()); }
 
 private:
+    [[nodiscard]] bool becomesLastHolder() const
+    {
+        // Of a starter that was killed the channel may end a little before its lock does.
+        constexpr int attempts = 50;
+        constexpr timespec pause = {0, 1'000'000};
+        const bool isStarted = startingChannel().descriptor >= 0;
+        for (int attempt = 1; !lock(m_directory.get(), LOCK_EX | LOCK_NB); ++attempt) {
+            if (attempt == attempts || !isStarted || !StartingProcess::hasEnded())
+                return false;
+            nanosleep(&pause, nullptr);
+        }
+        return true;
+    }
+
     Descriptor m_directory;
     std::string m_path;
     pid_t m_holder = getpid();
@@ -190,9 +211,28 @@ std::unique_ptr<ObjectDirectory> ofOwn()
 
 ObjectDirectory *ObjectDirectory::ofThisProgram()
 {
-    static const std::unique_ptr<ObjectDirectory> directory = [] {
-        const StartingChannel &channel = startingChannel();
-        return channel.descriptor < 0 ? ofOwn() : ofStarter(channel.objectDirectory);
-    }();
+    const StartingChannel &channel = startingChannel(); // before the directory, which asks it when it ends
+    static std::mutex access;
+    static std::unique_ptr<ObjectDirectory> directory;
+    const std::lock_guard guard(access);
+    if (!directory)
+        directory = channel.descriptor < 0 ? ofOwn() : ofStarter(channel.objectDirectory);
     return directory.get();
+}
+
+std::optional<RefusedFolder> refusedObjectFolder()
+{
+    const Place place = commonPlace();
+    if (place.directory)
+        return std::nullopt;
+    using Why = RefusedFolder::Why;
+    RefusedFolder refused{place.path, Why::SystemRefuses, {place.error, std::system_category()}};
+    struct stat status = {};
+    if (lstat(place.path.c_str(), &status) == 0) {
+        if (status.st_uid != geteuid())
+            refused.why = Why::OfAnotherUser;
+        else if (S_ISDIR(status.st_mode) && (status.st_mode & 0077) != 0)
+            refused.why = Why::OpenToOthers;
+    }
+    return refused;
 }

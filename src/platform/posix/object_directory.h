@@ -10,7 +10,7 @@
 class ObjectDirectory {
 public:
     /// This process's directory: the starter's, if this process was started through `startHiddenProcess`, else its
-    /// own, made at the first call. Null if the system has no place for it. Lives as long as the process.
+    /// own, made at the first call that finds a place for it. Null while the system has none. Lives as long as the process.
     [[nodiscard]] static ObjectDirectory *ofThisProgram();
 
     virtual ~ObjectDirectory() = default;

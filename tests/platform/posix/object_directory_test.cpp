@@ -1,10 +1,15 @@
+#include "platform/object_folder.h"
 #include "platform/posix/object_directory.h"
 #include "platform/shared_objects.h"
 
 #include "failing_system.h"
 
 #include <QDir>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <limits>
 
@@ -12,6 +17,7 @@ class ObjectDirectoryTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void aRefusedFolderIsToldAndTriedAgain();
     void endedObjectsLeaveNothing();
     void refusedBlocksLeaveNothing();
     void anyNameStaysInTheDirectory();
@@ -23,6 +29,36 @@ private:
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 };
+
+void ObjectDirectoryTest::aRefusedFolderIsToldAndTriedAgain()
+{
+    const QString user = QString::number(geteuid());
+    if (QFile::exists("/run/user/" + user))
+        QSKIP("the user's runtime folder is there for every program");
+    static const QTemporaryDir temporary; // outlives the directory that is made in it
+    const QByteArray place = (temporary.path() + "/tavrin-" + user).toUtf8();
+    const QByteArray earlierRuntime = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray earlierTemporary = qgetenv("TMPDIR");
+    qunsetenv("XDG_RUNTIME_DIR");
+    qputenv("TMPDIR", temporary.path().toUtf8());
+
+    using Why = RefusedFolder::Why;
+    const auto expectRefused = [&](Why why) {
+        const auto refused = refusedObjectFolder();
+        QVERIFY(refused && refused->path == place.toStdString() && refused->why == why);
+        QVERIFY(why != Why::SystemRefuses || refused->error == std::errc::not_a_directory);
+        QVERIFY(!LivenessMutex::create("life"));
+    };
+    QVERIFY(mkdir(place, 0755) == 0);
+    expectRefused(Why::OpenToOthers);
+    if (geteuid() == 0 && chown(place, 1, 1) == 0)
+        expectRefused(Why::OfAnotherUser);
+    QVERIFY(rmdir(place) == 0 && QFile(place).open(QIODevice::WriteOnly));
+    expectRefused(Why::SystemRefuses);
+    QVERIFY(unlink(place) == 0 && !refusedObjectFolder() && LivenessMutex::create("life"));
+    qputenv("XDG_RUNTIME_DIR", earlierRuntime);
+    qputenv("TMPDIR", earlierTemporary);
+}
 
 void ObjectDirectoryTest::endedObjectsLeaveNothing()
 {
