@@ -2,11 +2,16 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace {
 
-/// How many reads are prepared for, at most.
-constexpr int mostReadsAhead = 4;
+/// How many reads are prepared for.
+constexpr std::int64_t readsAhead = 3;
+
+/// From this distance between reads on, the pictures between them are worth leaving out.
+constexpr std::int64_t leastStride = 4;
 
 /// No film has that many pictures.
 constexpr std::int64_t lastIndex = std::int64_t(1) << 40;
@@ -35,7 +40,7 @@ std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &int
 Film::Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry)
     : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry), m_frameRate(m_finder->film().frameRate()),
       m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->film().stream().time_base))),
-      m_frameCount(m_finder->film().pictureCount()), m_pattern(av_q2d(m_frameRate))
+      m_frameCount(m_finder->film().pictureCount())
 {
 }
 
@@ -66,16 +71,7 @@ bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupt
     const std::size_t size = pictureBytes();
     const auto count = static_cast<std::int64_t>(pixels.size() / size);
     index = std::clamp(index, std::int64_t(0), lastIndex);
-    m_pattern.note(index);
-    std::vector<std::int64_t> expected;
-    for (std::int64_t next = index + 1; next < index + count; ++next)
-        expected.push_back(timeOf(next));
-    if (count == 1) {
-        for (const std::int64_t next : m_pattern.next(std::min(m_pattern.readsLeft(), mostReadsAhead)))
-            expected.push_back(timeOf(next));
-    }
-    m_finder->expect(std::move(expected), count == 1 && m_pattern.strides());
-
+    expectAfter(index, count);
     for (std::int64_t picture = 0; picture < count; ++picture) {
         const PictureFinder::Answer answer = m_finder->find(timeOf(index + picture), interrupted);
         if (answer.outcome == PictureFinder::Outcome::Stopped)
@@ -83,6 +79,22 @@ bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupt
         paint(answer.picture, pixels.subspan(static_cast<std::size_t>(picture) * size, size));
     }
     return true;
+}
+
+void Film::expectAfter(std::int64_t index, std::int64_t count)
+{
+    // Who reads pictures in a row goes on by one, an export by those of a second; what is farther tells nothing.
+    const std::int64_t distance = index - std::exchange(m_lastRead, index);
+    if (distance > 0 && static_cast<double>(distance) < frameRate() + 1.0)
+        m_distance = distance;
+
+    std::vector<std::int64_t> expected;
+    for (std::int64_t next = index + 1; next < index + count; ++next)
+        expected.push_back(timeOf(next));
+    const bool goesOn = count == 1 && m_distance > 0;
+    for (std::int64_t further = 1; goesOn && further <= readsAhead; ++further)
+        expected.push_back(timeOf(index + further * m_distance));
+    m_finder->expect(std::move(expected), goesOn && m_distance >= leastStride);
 }
 
 void Film::paint(const AVFrame *picture, std::span<std::byte> pixels)

@@ -3,7 +3,6 @@
 #include "film/interruption.h"
 #include "reader/picture_finder.h"
 #include "reader/picture_painter.h"
-#include "reader/read_pattern.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -44,6 +43,7 @@ private:
     Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry);
 
     [[nodiscard]] std::int64_t timeOf(std::int64_t index) const;
+    void expectAfter(std::int64_t index, std::int64_t count);
     void paint(const AVFrame *picture, std::span<std::byte> pixels);
 
     std::unique_ptr<PictureFinder> m_finder;
@@ -52,5 +52,6 @@ private:
     AVRational m_frameRate;
     AVRational m_frameLength; ///< in units of the stream's time base
     std::int64_t m_frameCount;
-    ReadPattern m_pattern;
+    std::int64_t m_lastRead = -1;
+    std::int64_t m_distance = 0; ///< by which indices go on from read to read; 0 as long as none was seen
 };
