@@ -30,12 +30,14 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QStatusBar>
 #include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 
 TForm1 *Form1 = nullptr;
 bool INITIALIZED = false;
@@ -52,7 +54,8 @@ const QString bareTitle = QStringLiteral("Таврин");
 const QString playCaption = QStringLiteral("Воспроизведение");
 const QString pauseCaption = QStringLiteral("Пауза");
 
-/// A group of the control strip: its controls in a row.
+/// A group of the control strip, its controls in a row, of that width where the window has room for it; 0 for the one
+/// that takes what is left.
 QGroupBox *addGroup(QBoxLayout *strip, const QString &caption, int width, const QList<QWidget *> &controls)
 {
     auto *group = new QGroupBox(caption);
@@ -60,20 +63,30 @@ QGroupBox *addGroup(QBoxLayout *strip, const QString &caption, int width, const 
     row->setContentsMargins(4, 2, 4, 4);
     row->setSpacing(4);
     for (QWidget *control : controls)
-        row->addWidget(control);
+        row->addWidget(control, 1);
     if (width > 0)
-        group->setFixedWidth(width);
-    strip->addWidget(group, width > 0 ? 0 : 1);
+        group->setMaximumWidth(width);
+    // The caption above a single control tells its value.
+    if (controls.size() == 1)
+        group->setMinimumWidth(width);
+    // What is left is what the others, which grow first, do not take.
+    constexpr int first = 100;
+    strip->addWidget(group, width > 0 ? first * width : 1);
     return group;
 }
 
-/// The hint names the command in words, with its key; readers of the screen tell it after the caption.
+/// A button of that width, or of what its caption needs where the window is narrow. The hint names the command in
+/// words, with its key; readers of the screen tell it after the caption.
 QPushButton *makeButton(const QString &caption, int width, const QString &hint)
 {
     auto *button = new QPushButton(caption);
-    button->setFixedSize(width, 29);
+    constexpr int margins = 8;
+    button->setMinimumWidth(std::min(width, button->fontMetrics().horizontalAdvance(caption) + margins));
+    button->setMaximumWidth(width);
+    button->setFixedHeight(29);
     button->setToolTip(hint);
-    button->setAutoDefault(false);
+    // Enter presses it where it has the focus.
+    button->setAutoDefault(true);
     return button;
 }
 
@@ -251,6 +264,10 @@ void TForm1::buildMenus()
     help->addSeparator();
     add(help, "about", QStringLiteral("О программе"), K("Ctrl+F1"), &TForm1::N12Click);
 
+    auto *menuKey = new QShortcut(K("F10"), this);
+    connect(menuKey, &QShortcut::activated, this,
+            [this] { menuBar()->setActiveAction(menuBar()->actions().constFirst()); });
+
     // No control shows this menu; its handlers are what the other commands call.
     PopupMenu1 = new QMenu(this);
     PopupMenu1->addAction(QStringLiteral("Play"), this, &TForm1::Play1Click);
@@ -267,14 +284,14 @@ void TForm1::buildMenus()
 
 void TForm1::placeOnScreen()
 {
-    // A title bar's height, which is known only once the window is on the screen.
-    constexpr int frameAllowance = 32;
+    // What a frame takes, which is known only once the window is on the screen.
+    constexpr QSize frameAllowance(8, 32);
     const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
     QSize size = clientSize + QSize(0, menuBar()->sizeHint().height());
-    size = size.boundedTo(available.size() - QSize(0, frameAllowance));
+    size = size.boundedTo(available.size() - frameAllowance);
     resize(size);
     move(available.left() + (available.width() - size.width()) / 2,
-         available.top() + std::max(0, (available.height() - size.height() - frameAllowance) / 2));
+         available.top() + std::max(0, (available.height() - size.height() - frameAllowance.height()) / 2));
 }
 
 // File
@@ -472,8 +489,26 @@ void TForm1::ProgressBar1MouseMove(int x)
     ProgressBar1->setHint(GetTimeForMovie(progressBarSecond(x, ProgressBar1->width(), ProgressBar1->Max())));
 }
 
+void TForm1::keepAwakeWhilePlaying()
+{
+    // Some films have pictures that stand for a while. One that has ended stands for ever.
+    constexpr auto longestStand = std::chrono::minutes(1);
+    const MediaTime here = GetPosition();
+    if (here != m_lastPosition || PAUSED)
+        m_standing.start();
+    m_lastPosition = here;
+    const bool atEnd = Duration > 0 && here >= Duration - unitsPerSecond;
+    const bool plays =
+        OPENED && !PAUSED && !atEnd && !m_standing.hasExpired(std::chrono::milliseconds(longestStand).count());
+    if (!plays)
+        m_awake.reset();
+    else if (!m_awake)
+        m_awake = holdScreen("Таврин", "Идёт фильм");
+}
+
 void TForm1::Timer1Timer()
 {
+    keepAwakeWhilePlaying();
     if (OPENED)
         ::pos = GetPosition();
     if (Form3)

@@ -1,16 +1,19 @@
 #pragma once
 
+#include "platform/awake_screen.h"
 #include "platform/warning_beep.h"
 #include "player/graph_system.h"
 #include "player/playback_engine.h"
 #include "widgets/open_dialog.h"
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QString>
 
 #include <array>
 #include <functional>
 #include <memory>
+#include <string>
 
 class QAction;
 class QGroupBox;
@@ -62,6 +65,8 @@ public:
     TOpenDialog OpenDialog1;
     /// What sounds when the scene end lies before its start.
     std::function<void()> beep = warningBeep;
+    /// What keeps the screen from blanking while a film plays.
+    std::function<std::unique_ptr<AwakeScreen>(std::string, std::string)> holdScreen = AwakeScreen::hold;
 
     /// File > Open: asks for a film, loads the scene list that belongs to it and opens it. Throws UserError if
     /// the scene list cannot be read; the film chosen before stays the current one then.
@@ -126,8 +131,12 @@ private:
     /// Opens the film whose list has been read.
     void openWithList(const QString &film);
     void showNoFilm();
+    void keepAwakeWhilePlaying();
 
     std::unique_ptr<GraphSystem> m_graphSystem;
+    std::unique_ptr<AwakeScreen> m_awake;
+    MediaTime m_lastPosition = -1;
+    QElapsedTimer m_standing; ///< since the position has changed last
 };
 
 /// The main window; null before it is created and after it has ended.

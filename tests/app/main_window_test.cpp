@@ -72,6 +72,7 @@ private Q_SLOTS:
     void everyStepReachesTheEngine();
     void withoutAVideoNothingHappens();
     void playAndPauseAlternate();
+    void theScreenStaysAwakeWhileTheFilmRuns();
     void theBarsSetRateLevelAndPosition();
     void fittingKeepsToTheScreen();
     void helpIsAskedOfTheDesktop();
@@ -274,6 +275,40 @@ void MainWindowTest::playAndPauseAlternate()
     QVERIFY(!PAUSED);
     QCOMPARE(shown(), QString("Пауза[]Пауза"));
     QCOMPARE(fakeSystem->calls, QStringList({"pause", "run"}));
+    QTest::keyClick(m_window->BitBtn5, Qt::Key_Return);
+    QVERIFY(PAUSED);
+    press("F10");
+    QVERIFY(QApplication::activePopupWidget());
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+}
+
+void MainWindowTest::theScreenStaysAwakeWhileTheFilmRuns()
+{
+    struct Held : AwakeScreen {
+        explicit Held(int &heldNow) : count(heldNow) { ++count; }
+        ~Held() override { --count; }
+        int &count;
+    };
+    int held = 0;
+    m_window->holdScreen = [&held](const auto &, const auto &) { return std::make_unique<Held>(held); };
+    const auto ticked = [&] {
+        m_window->Timer1Timer();
+        m_window->Timer1Timer();
+        return held;
+    };
+    QCOMPARE(ticked(), 0);
+    openVideo();
+    QCOMPARE(ticked(), 1);
+    m_window->Pause1Click();
+    QCOMPARE(ticked(), 0);
+    m_window->Play1Click();
+    QCOMPARE(ticked(), 1);
+    SetPosition(Duration);
+    QCOMPARE(ticked(), 0);
+    SetPosition(0);
+    QCOMPARE(ticked(), 1);
+    m_window->Stop1Click();
+    QCOMPARE(ticked(), 0);
 }
 
 void MainWindowTest::theBarsSetRateLevelAndPosition()
@@ -321,11 +356,14 @@ void MainWindowTest::fittingKeepsToTheScreen()
     openVideo();
     m_window->Timer2Timer();
     QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
+    // 1920 x 1080 at 200 %, less what a frame takes.
+    QVERIFY(m_window->minimumSizeHint().width() <= 950 && m_window->minimumSizeHint().height() <= 480);
 
     m_window->resize(1000, 600);
     fakeSystem->width = 2000;
     fakeSystem->height = 500;
     press("Ctrl+O");
+    QCoreApplication::processEvents(); // the status bar takes its height
     m_window->Timer2Timer();
     QCOMPARE(m_window->Panel3->height(), m_window->Panel3->width() / 4);
 
