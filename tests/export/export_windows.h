@@ -5,11 +5,11 @@
 #include "scene_windows.h"
 #include "scripted_reader.h"
 
+#include "app/application.h"
 #include "export/gif_export_dialog.h"
 #include "export/sqlite_export_window.h"
 #include "widgets/message_box.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QTest>
 #include <QTimer>
@@ -19,31 +19,17 @@
 
 inline const QStringList finished{"Экспорт завершён"};
 
-/// An application whose commands may fail: the error is shown in the standard box.
-class FallibleApplication final : public QApplication {
-public:
-    using QApplication::QApplication;
-    bool notify(QObject *receiver, QEvent *event) override
-    {
-        try {
-            return QApplication::notify(receiver, event);
-        } catch (const UserError &error) {
-            showError(error.text());
-        }
-        return true;
-    }
-};
-
+/// Runs the tests in an application that shows the errors of its commands, in the standard box.
 template <typename Test>
 int runInApplication(int argc, char **argv)
 {
-    const FallibleApplication application(argc, argv);
+    const TApplication application(argc, argv);
     Test test;
     return QTest::qExec(&test, argc, argv);
 }
 
 /// The two export windows and the scene list under a main window, with a scripted reader beside the program and a
-/// video that is open. All message boxes are written down.
+/// film that is open. All message boxes are written down.
 class ExportWindows {
 public:
     explicit ExportWindows(const QStringList &readerScript = {})
@@ -78,14 +64,14 @@ public:
 
     [[nodiscard]] QString images() const { return windows.path("film.avi.images"); }
     [[nodiscard]] QString gif(const QString &name) const { return images() + '/' + name + ".gif"; }
-    /// The names of all files in a folder beside the video, hidden ones too; of the video's folder for "".
+    /// The names of all files in a folder beside the film, hidden ones too; of the film's folder for "".
     [[nodiscard]] QStringList filesIn(const QString &folder = "film.avi.images") const
     {
         constexpr QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
         return QDir(windows.path(folder)).entryList(all);
     }
 
-    /// The frame indices that the pictures of a GIF show; -1 for a picture that is not the square of one.
+    /// The indices that the pictures of a GIF show; -1 for a picture that is not the square of one.
     [[nodiscard]] QList<int> framesIn(const QString &name) const
     {
         QList<int> frames;

@@ -6,7 +6,6 @@
 //   reply TEXT     answers with TEXT
 //   silent         carries the command out but does not answer
 //   late MS        answers after so many milliseconds
-//   endless        fills the result block behind the echo to its very end
 //   small          carries a bufupdate out with a block of one byte
 //   die            ends without an answer
 //   last           ends after the answer
@@ -89,9 +88,7 @@ private:
         if (const auto *read = std::get_if<protocol::Read>(&*command))
             paint(static_cast<unsigned>(read->first));
         pauseFor(deed);
-        if (deed == "endless")
-            answerWithoutEnd(text);
-        else if (deed != "silent")
+        if (deed != "silent")
             protocol::publish(*m_result, text, replyTo(*command, deed));
         if (deed == "last")
             std::_Exit(EXIT_SUCCESS);
@@ -104,12 +101,6 @@ private:
         return std::holds_alternative<protocol::Open>(command) ? textOf(film) : std::string(protocol::done);
     }
 
-    void answerWithoutEnd(const std::string &command)
-    {
-        std::fill_n(m_result->data(), m_result->size(), std::byte{'x'});
-        std::memcpy(m_result->data(), command.data(), command.size());
-    }
-
     void renewData(std::int32_t size)
     {
         m_data.reset();
@@ -120,13 +111,10 @@ private:
     {
         if (m_data->size() < static_cast<std::size_t>(*film.dataSize(1)))
             return;
-        auto *pixel = m_data->data();
-        for (int y = 0; y < film.height; ++y) {
-            for (int x = 0; x < film.width; ++x, pixel += protocol::bytesPerPixel) {
-                const unsigned color = scripted_reader::colorAt(index, x, y);
-                // As this machine keeps a number, blue is its first byte.
-                std::memcpy(pixel, &color, protocol::bytesPerPixel);
-            }
+        for (int place = 0; place < film.width * film.height; ++place) {
+            const unsigned color = scripted_reader::colorAt(index, place % film.width, place / film.width);
+            // As this machine keeps a number, blue is its first byte.
+            std::memcpy(m_data->data() + place * protocol::bytesPerPixel, &color, protocol::bytesPerPixel);
         }
     }
 
