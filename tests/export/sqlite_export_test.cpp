@@ -3,6 +3,7 @@
 
 #include "util/film_files.h"
 
+#include <QLabel>
 #include <QProcess>
 #include <QStatusBar>
 
@@ -57,7 +58,7 @@ public:
     {
         return answer(database(), "select " + columns + " from scenes order by id");
     }
-    [[nodiscard]] QString fact() const { return windows.list->StatusBar1->currentMessage(); }
+    [[nodiscard]] QString fact() const { return windows.list->StatusBar1->findChild<QLabel *>("Fact")->text(); }
     /// The files beside the video that begin like its database.
     [[nodiscard]] QStringList databaseFiles() const { return filesIn("").filter("film.avi.db"); }
 };
