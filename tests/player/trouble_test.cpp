@@ -69,6 +69,7 @@ private Q_SLOTS:
     void damagedFilmsPlay();
     void filmsUpsideDownAndOnTheirSideAreUpright();
     void picturesOfAnySizeOpen();
+    void picturesThatOnlyLibavformatNames();
     void aSoundFilePlays();
     void soundThatOutlastsThePictures();
     void picturesThatOutlastTheSoundOrStartAfterIt();
@@ -277,6 +278,22 @@ void TroubleTest::picturesOfAnySizeOpen()
             m_player->stepForward();
             QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(3 + side));
         }
+    }
+}
+
+void TroubleTest::picturesThatOnlyLibavformatNames()
+{
+    for (const QStringList &audio : {QStringList(), aac}) {
+        // Its encoder is slow.
+        open(makeFilm({.file = QString("trouble_cinepak_%1.mkv").arg(audio.size()),
+                       .size = {96, 64},
+                       .frames = 12,
+                       .video = {"-c:v", "cinepak"},
+                       .audio = audio}));
+        compareShown(0);
+        m_player->stepForward();
+        compareShown(1);
+        seekToPicture(8);
     }
 }
 

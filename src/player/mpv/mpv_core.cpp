@@ -106,6 +106,14 @@ bool MpvCore::flag(const char *property) const
     return mpv_get_property(m_handle.get(), property, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;
 }
 
+QByteArray MpvCore::string(const char *property) const
+{
+    char *value = mpv_get_property_string(m_handle.get(), property);
+    const QByteArray text(value);
+    mpv_free(value);
+    return text;
+}
+
 bool MpvCore::setFlag(const char *property, bool value)
 {
     int number = value ? 1 : 0;

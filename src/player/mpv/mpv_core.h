@@ -2,6 +2,7 @@
 
 #include "player/mpv/mpv_handle.h"
 
+#include <QByteArray>
 #include <QObject>
 
 #include <atomic>
@@ -26,6 +27,8 @@ public:
     [[nodiscard]] std::optional<double> number(const char *property) const;
     /// False where the property has no value now.
     [[nodiscard]] bool flag(const char *property) const;
+    /// Empty where the property has no value now.
+    [[nodiscard]] QByteArray string(const char *property) const;
 
     // These tell whether the core has taken it.
     bool setFlag(const char *property, bool value);
