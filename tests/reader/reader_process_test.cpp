@@ -317,7 +317,8 @@ void ReaderProcessTest::theReaderGetsNothingButItsChannel()
 
 void ReaderProcessTest::processesThatEndAreSeen()
 {
-    QVERIFY2(!startHiddenProcess("/etc/passwd", "-"), "no program");
+    for (const char *noProgram : {"/nowhere/reader", "/etc/passwd", "/"})
+        QVERIFY2(!startHiddenProcess(noProgram, "-"), noProgram);
     const auto ending = startHiddenProcess("/bin/true", "-", 24h);
     QVERIFY2(ending, "an ended process is not waited for");
     QTRY_VERIFY(ending->ended());
