@@ -68,9 +68,9 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void aListThatCannotBeReadReplacesNoFile();
-    void theOpenedVideoIsShown();
+    void theOpenedFilmIsShown();
     void everyStepReachesTheEngine();
-    void withoutAVideoNothingHappens();
+    void withoutAFilmNothingHappens();
     void playAndPauseAlternate();
     void theScreenStaysAwakeWhileTheFilmRuns();
     void theBarsSetRateLevelAndPosition();
@@ -83,7 +83,7 @@ private Q_SLOTS:
     void everyCaptionFits();
 
 private:
-    void openVideo();
+    void openFilm();
     /// Presses the shortcut in the active window.
     static void press(const char *keys, QWidget *window = Form1);
 
@@ -125,7 +125,7 @@ void MainWindowTest::cleanup()
     setOpenDialogAnswer({});
 }
 
-void MainWindowTest::openVideo()
+void MainWindowTest::openFilm()
 {
     press("Ctrl+O");
     QVERIFY(OPENED);
@@ -141,7 +141,7 @@ void MainWindowTest::press(const char *keys, QWidget *window)
 
 void MainWindowTest::aListThatCannotBeReadReplacesNoFile()
 {
-    openVideo();
+    openFilm();
     Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
     const QString second = m_folder->filePath("второй.avi");
     QVERIFY(QFile(second).open(QIODevice::WriteOnly));
@@ -203,9 +203,9 @@ void MainWindowTest::aListThatCannotBeReadReplacesNoFile()
     QCOMPARE(m_window->StatusBar1[4]->text(), QString("Фильм не открыт: список не сохранить"));
 }
 
-void MainWindowTest::theOpenedVideoIsShown()
+void MainWindowTest::theOpenedFilmIsShown()
 {
-    openVideo();
+    openFilm();
     // The first graph of all is built twice.
     QVERIFY(fakeSystem->graphsBuilt == 2 && fakeSystem->graphsAlive == 1 && Form3->isVisible());
     QCOMPARE(m_window->windowTitle(), "Таврин - " + m_film);
@@ -224,7 +224,7 @@ void MainWindowTest::theOpenedVideoIsShown()
 
 void MainWindowTest::everyStepReachesTheEngine()
 {
-    openVideo();
+    openFilm();
     const struct {
         QPushButton *button;
         const char *keys;
@@ -246,7 +246,7 @@ void MainWindowTest::everyStepReachesTheEngine()
     }
 }
 
-void MainWindowTest::withoutAVideoNothingHappens()
+void MainWindowTest::withoutAFilmNothingHappens()
 {
     setOpenDialogAnswer([] { return std::optional<QString>(); }); // the user has cancelled
     for (const char *keys : {"Ctrl+O", "Ctrl+S", "Ctrl+G", "Ctrl+L", "Ctrl+B", "Ctrl+E", "F2", "F3", "F4", "F5", "F6",
@@ -263,7 +263,7 @@ void MainWindowTest::withoutAVideoNothingHappens()
 
 void MainWindowTest::playAndPauseAlternate()
 {
-    openVideo();
+    openFilm();
     const auto shown = [this] {
         return m_window->N22->text() + m_window->BitBtn5->text() + m_window->BitBtn5->accessibleName();
     };
@@ -295,7 +295,7 @@ void MainWindowTest::theScreenStaysAwakeWhileTheFilmRuns()
         return held;
     };
     QCOMPARE(ticked(), 0);
-    openVideo();
+    openFilm();
     QCOMPARE(ticked(), 1);
     m_window->Pause1Click();
     QCOMPARE(ticked(), 0);
@@ -317,7 +317,7 @@ void MainWindowTest::theBarsSetRateLevelAndPosition()
     m_window->TrackBar3->setValue(50);
     QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
     fakeSystem->level = {};
-    openVideo();
+    openFilm();
     QVERIFY(fakeSystem->level.left == 32767 && fakeSystem->level.right == 32767);
     fakeSystem->level.left = 16384;
     m_window->Timer1Timer();
@@ -337,7 +337,7 @@ void MainWindowTest::theBarsSetRateLevelAndPosition()
     QCOMPARE(m_window->GroupBox1->title(), QString("Скорость: 0.1"));
     QTest::keyClick(m_window->TrackBar1, Qt::Key_End);
     QCOMPARE(fakeSystem->rate, 6.0);
-    // The next video starts at rate 1 again, and a refused rate puts the bar back.
+    // The next film starts at rate 1 again, and a refused rate puts the bar back.
     press("Ctrl+O");
     QVERIFY(m_window->TrackBar1->value() == 0 && fakeSystem->rate == 1.0);
     fakeSystem->refusedRate = 6.0;
@@ -351,7 +351,7 @@ void MainWindowTest::fittingKeepsToTheScreen()
 {
     fakeSystem->width = 16;
     fakeSystem->height = 4320;
-    openVideo();
+    openFilm();
     m_window->Timer2Timer();
     QVERIFY(m_window->frameGeometry().height() <= m_window->screen()->availableGeometry().height());
     // 1920 x 1080 at 200 %, less what a frame takes.
@@ -393,7 +393,7 @@ void MainWindowTest::helpIsAskedOfTheDesktop()
 
 void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
 {
-    openVideo();
+    openFilm();
     fakeSystem->position = 123'456'780;
     QTest::mouseClick(m_window->BitBtn10, Qt::LeftButton);
     QVERIFY(Form2->isVisible() && !PAUSED);
@@ -421,7 +421,7 @@ void MainWindowTest::marksFillTheDialogWhileTextIsTyped()
 
 void MainWindowTest::heldKeysOnlyStep()
 {
-    openVideo();
+    openFilm();
     const auto hold = [](QWidget *widget, Qt::Key key, Qt::KeyboardModifiers modifiers) {
         for (const bool repeated : {false, true, true})
             QTest::simulateEvent(widget, true, key, modifiers, {}, repeated);
@@ -441,7 +441,7 @@ void MainWindowTest::heldKeysOnlyStep()
 
 void MainWindowTest::closingEndsTheSceneWindowsToo()
 {
-    openVideo();
+    openFilm();
     Form2->show();
     QTimer::singleShot(0, m_window.get(), &QWidget::close);
     QCOMPARE(QApplication::exec(), 0);

@@ -171,7 +171,7 @@ private Q_SLOTS:
         windows.dialog->RadioGroup1->setItemIndex(1);
         QCOMPARE(windows.exportGifs(), finished);
         QCOMPARE(windows.framesIn("0_1"), QList<int>{0});
-        // What is no file is no image.
+        // What is no file is no picture.
         QVERIFY(QFile::remove(windows.gif("1_1")) && QDir().mkdir(windows.gif("1_1")));
         windows.dialog->RadioGroup1->setItemIndex(0);
         QVERIFY(windows.exportGifs().value(0).endsWith("под этим именем есть папка"));
