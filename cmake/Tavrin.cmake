@@ -35,6 +35,25 @@ function(tavrin_library folder)
   target_link_libraries(tavrin_${folder} PUBLIC ${ARG_LINK} PRIVATE tavrin_options)
 endfunction()
 
+# tavrin_pictures(<folder> <drawings> <side>): the drawings resources/<drawings>/*.svg, as PNG pictures of
+# <side> × <side> pixels, are resources of the library tavrin_<folder>: ":/<drawings>/<name>.png".
+function(tavrin_pictures folder drawings side)
+  find_program(RSVG_CONVERT rsvg-convert REQUIRED)
+  set(drawn "${CMAKE_CURRENT_BINARY_DIR}/${drawings}")
+  file(MAKE_DIRECTORY "${drawn}")
+  file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/resources/${drawings}/*.svg")
+  set(pictures "")
+  set(commands "")
+  foreach(source IN LISTS sources)
+    cmake_path(GET source STEM name)
+    list(APPEND pictures "${drawn}/${name}.png")
+    list(APPEND commands COMMAND "${RSVG_CONVERT}" -w ${side} -h ${side} -o "${drawn}/${name}.png" "${source}")
+  endforeach()
+  add_custom_command(OUTPUT ${pictures} ${commands} DEPENDS ${sources} COMMENT "Drawing ${drawings}" VERBATIM)
+  set(CMAKE_AUTOMOC OFF) # for the object library that holds them
+  qt_add_resources(tavrin_${folder} ${drawings} PREFIX "/${drawings}" BASE "${drawn}" FILES ${pictures})
+endfunction()
+
 # tavrin_program_part(<target>): an executable or module that lies in the program's folder: it is installed, and the
 # program is not complete without it.
 function(tavrin_program_part target)

@@ -9,12 +9,12 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
-#include "widgets/icons.h"
 #include "widgets/message_box.h"
 #include "widgets/style_manager.h"
 
 #include <QEvent>
 #include <QEventLoop>
+#include <QPixmap>
 #include <QTimer>
 
 #include <chrono>
@@ -65,7 +65,7 @@ int runProgram(int argc, char **argv)
         Form5 = new TForm5(&mainWindow);
         AboutBox = new TAboutBox(&mainWindow);
         // The icon is for the frame and the task bar, which can wait.
-        TApplication::setWindowIcon(icon("tavrin"));
+        TApplication::setWindowIcon(QPixmap(QStringLiteral(":/app-icon/tavrin.png"), "PNG"));
         if (mainWindow.isVisible())
             TApplication::exec();
     } catch (const std::exception &error) {

@@ -1,14 +1,13 @@
 #include "help/about_box.h"
 
+#include "help/direction.h"
 #include "help/help_commands.h"
 
 #include <QCursor>
 #include <QFrame>
 #include <QLabel>
 #include <QPushButton>
-#include <QScreen>
 #include <QTimer>
-#include <QWindow>
 
 TAboutBox *AboutBox = nullptr;
 
@@ -86,7 +85,7 @@ void TAboutBox::buildPanel()
 
     int number = 0;
     for (TImage *TAboutBox::*image : images) {
-        this->*image = new TImage(++number, m_figure, Panel1);
+        this->*image = new TImage(++number, Panel1);
         (this->*image)->setGeometry(imagePlace);
     }
 
@@ -114,18 +113,6 @@ void TAboutBox::buildPanel()
     const int textLength = Comments->fontMetrics().horizontalAdvance(Comments->text());
     Comments->setGeometry(wideLeft - linkMargin, 154, textLength + 2 * linkMargin, lineHeight);
     connect(Comments, &QPushButton::clicked, this, &TAboutBox::CommentsClick);
-}
-
-void TAboutBox::showEvent(QShowEvent *event)
-{
-    QDialog::showEvent(event);
-    connect(windowHandle(), &QWindow::screenChanged, this, &TAboutBox::fitPicturesToScreen, Qt::UniqueConnection);
-}
-
-void TAboutBox::fitPicturesToScreen()
-{
-    for (TImage *TAboutBox::*image : images)
-        (this->*image)->fitToScreen();
 }
 
 void TAboutBox::CommentsClick()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "help/figure.h"
 #include "help/picture.h"
 
 #include <QDialog>
@@ -16,7 +15,7 @@ class TAboutBox final : public QDialog {
     Q_OBJECT
 
 public:
-    /// Builds the hidden box and sets `AboutBox`. `owner` is the main window. No picture is drawn before it is seen.
+    /// Builds the hidden box and sets `AboutBox`. `owner` is the main window. No picture is read before it is seen.
     explicit TAboutBox(QWidget *owner);
     ~TAboutBox() override;
 
@@ -45,14 +44,8 @@ public:
     /// Shows the picture that faces the mouse cursor and hides the other eight.
     void Timer1Timer();
 
-protected:
-    void showEvent(QShowEvent *event) override;
-
 private:
     void buildPanel();
-    void fitPicturesToScreen();
-
-    Figure m_figure;
 };
 
 /// The about box; null before it is created and after it has ended.

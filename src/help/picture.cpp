@@ -1,6 +1,6 @@
 #include "help/picture.h"
 
-#include "help/figure.h"
+#include "help/direction.h"
 
 #include <array>
 
@@ -19,26 +19,17 @@ QString spokenDirection(Direction direction)
 
 } // namespace
 
-TImage::TImage(int number, Figure &figure, QWidget *parent) : QLabel(parent), m_number(number), m_figure(figure)
+TImage::TImage(int number, QWidget *parent) : QLabel(parent), m_number(number)
 {
     setObjectName(QStringLiteral("Image%1").arg(number));
     setAccessibleName(QStringLiteral("Телёнок смотрит ") + spokenDirection(pictureDirection(number)));
+    setScaledContents(true);
     hide();
 }
 
 void TImage::showEvent(QShowEvent *event)
 {
+    if (pixmap(Qt::ReturnByValue).isNull())
+        setPixmap(QPixmap(QStringLiteral(":/about/figure-%1.png").arg(m_number), "PNG"));
     QLabel::showEvent(event);
-    fitToScreen();
-}
-
-void TImage::fitToScreen()
-{
-    const qreal scale = devicePixelRatioF();
-    if (!isVisible() || scale == m_drawnScale)
-        return;
-    m_drawnScale = scale;
-    QPixmap drawn = QPixmap::fromImage(m_figure.picture(pictureDirection(m_number), qRound(width() * scale)));
-    drawn.setDevicePixelRatio(scale);
-    setPixmap(drawn);
 }

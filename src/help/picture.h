@@ -2,25 +2,18 @@
 
 #include <QLabel>
 
-class Figure;
-
-/// One picture of a figure, which looks into one direction. It is drawn when it first becomes visible, and at the
-/// scale of the screen it is on.
+/// One picture of the figure, which looks into one direction, as large as the label. It is read when it first becomes
+/// visible, so that a figure that nobody sees costs nothing.
 class TImage final : public QLabel {
     Q_OBJECT
 
 public:
-    /// Picture `number`, 1 to 9 (see `pictureDirection`), hidden. `figure` outlives the picture.
-    TImage(int number, Figure &figure, QWidget *parent);
-
-    /// Draws the picture anew if it is visible and the screen's scale is not the one it was drawn at.
-    void fitToScreen();
+    /// Picture `number`, 1 to 9 (see `pictureDirection`), hidden.
+    TImage(int number, QWidget *parent);
 
 protected:
     void showEvent(QShowEvent *event) override;
 
 private:
     int m_number;
-    Figure &m_figure;
-    qreal m_drawnScale = 0;
 };

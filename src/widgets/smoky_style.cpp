@@ -292,6 +292,17 @@ int SmokyStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
     }
 }
 
+QPixmap SmokyStyle::generatedIconPixmap(QIcon::Mode mode, const QPixmap &pixmap, const QStyleOption *option) const
+{
+    if (mode != QIcon::Disabled)
+        return pixmap;
+    QPixmap grey = pixmap;
+    QPainter painter(&grey);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(grey.rect(), option->palette.color(QPalette::Disabled, QPalette::Text));
+    return grey;
+}
+
 QIcon SmokyStyle::standardIcon(StandardPixmap pixmap, const QStyleOption *option, const QWidget *widget) const
 {
     const QIcon own = smoky::standardIcon(pixmap);

@@ -181,9 +181,7 @@ private Q_SLOTS:
 
     void everyIconIsDrawn()
     {
-        // The files are there from the first use.
-        QCOMPARE(painted(icon("no such icon").pixmap(16, 16).toImage()), 0);
-        const QStringList files = QDir(":/icons").entryList({"*.svg"});
+        const QStringList files = QDir(":/icons").entryList();
         QVERIFY(files.size() > 30);
         for (const QString &file : files) {
             const QByteArray name = file.chopped(4).toLatin1();

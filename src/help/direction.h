@@ -1,12 +1,7 @@
 #pragma once
 
-#include "widgets/drawing.h"
-
-#include <QImage>
 #include <QPoint>
 #include <QRect>
-
-#include <optional>
 
 /// One of the nine directions: −1 is left or above, 0 level, 1 right or below.
 struct Direction {
@@ -25,15 +20,3 @@ struct Direction {
 
 /// The direction that picture `number`, 1 to 9, looks into.
 [[nodiscard]] Direction pictureDirection(int number);
-
-/// The figure of the about box: one drawing in layers, each at a depth of its own, that is turned by moving and
-/// foreshortening the layers as a turning head does.
-class Figure {
-public:
-    /// The figure looking into `direction`, on a transparent ground, `side` × `side` pixels. The drawing is read for
-    /// the first picture, so that a figure that nobody sees costs nothing.
-    [[nodiscard]] QImage picture(Direction direction, int side);
-
-private:
-    std::optional<Drawing> m_drawing; ///< each group is a layer
-};
