@@ -31,7 +31,7 @@ constexpr std::array<CoreOption, 11> neededOptions{{
 }};
 
 /// A build that does not know one of these is a build without what it switches off, or one that does without.
-constexpr std::array<CoreOption, 22> wishedOptions{{
+constexpr std::array<CoreOption, 23> wishedOptions{{
     // Nothing of the user's own player set-up, and nothing written.
     {"load-scripts", "no"},
     {"ytdl", "no"},
@@ -59,6 +59,8 @@ constexpr std::array<CoreOption, 22> wishedOptions{{
     {"audio-fallback-to-null", "yes"},
     {"ao", "pulse,pipewire,alsa"},
     {"audio-client-name", "Таврин"},
+    // What mixers call the stream.
+    {"title", "${filename}"},
     {"gapless-audio", "no"},
 }};
 
@@ -135,6 +137,12 @@ bool MpvCore::command(std::initializer_list<const char *> words)
     std::vector<const char *> terminated(words);
     terminated.push_back(nullptr);
     return mpv_command(m_handle.get(), terminated.data()) >= 0;
+}
+
+void MpvCore::startCommand(const char *word)
+{
+    const char *words[] = {word, nullptr};
+    mpv_command_async(m_handle.get(), 0, words);
 }
 
 void MpvCore::observe(std::uint64_t mark, const char *property, mpv_format format)

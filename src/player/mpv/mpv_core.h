@@ -36,6 +36,9 @@ public:
     bool setString(const char *property, const char *value);
     bool command(std::initializer_list<const char *> words);
 
+    /// Does not wait for what comes of it.
+    void startCommand(const char *word);
+
     /// Each change of the property becomes an event with this mark.
     void observe(std::uint64_t mark, const char *property, mpv_format format);
 

@@ -221,7 +221,7 @@ void MpvSession::handle(const mpv_event &event)
 void MpvSession::propertyChanged(std::uint64_t observed, const mpv_event_property &property)
 {
     if (observed == observeSound)
-        m_sound.applyLevel();
+        m_sound.deviceChanged();
     else if (observed == observeEnd)
         m_command.checkForEnd();
     else if (property.format != MPV_FORMAT_NONE) {

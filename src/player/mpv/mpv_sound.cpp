@@ -12,12 +12,19 @@ namespace {
 /// waits for it forever.
 constexpr auto firstStartCheck = std::chrono::milliseconds(300);
 
+/// How soon after a sound server has gone it is looked for; twice as long each time it is not there. The sound that the
+/// core plays to nowhere meanwhile, and the film with it, stop for a moment each time.
+constexpr auto firstDeviceSearch = std::chrono::seconds(1);
+constexpr auto rarestDeviceSearch = std::chrono::seconds(16);
+
 } // namespace
 
 MpvSound::MpvSound(MpvCore &core) : m_core(core)
 {
     m_startCheck.setSingleShot(true);
     connect(&m_startCheck, &QTimer::timeout, this, &MpvSound::checkStart);
+    m_deviceSearch.setSingleShot(true);
+    connect(&m_deviceSearch, &QTimer::timeout, this, &MpvSound::searchDevice);
 }
 
 std::uint16_t MpvSound::level()
@@ -37,6 +44,33 @@ void MpvSound::setLevel(std::uint16_t level)
     m_core.setNumber("volume", m_levelApplied ? 100.0 : percent);
 }
 
+void MpvSound::deviceChanged()
+{
+    applyLevel();
+    checkDevice();
+}
+
+void MpvSound::checkDevice()
+{
+    const QByteArray device = m_core.string("current-ao");
+    if (device == "null") {
+        if (m_hadDevice && !m_deviceSearch.isActive())
+            m_deviceSearch.start(firstDeviceSearch);
+    } else if (!device.isEmpty()) {
+        m_hadDevice = true;
+        m_deviceSearch.stop();
+    }
+}
+
+void MpvSound::searchDevice()
+{
+    // What is under way goes first: the core tells of the end of either in the same way.
+    if (!m_core.flag("seeking"))
+        m_core.startCommand("ao-reload");
+    m_deviceSearch.start(
+        std::min<std::chrono::milliseconds>(2 * m_deviceSearch.intervalAsDuration(), rarestDeviceSearch));
+}
+
 void MpvSound::silence()
 {
     if (m_silent)
@@ -53,6 +87,7 @@ void MpvSound::wake()
         m_core.setString("aid", "auto");
     m_startedAt = m_core.number("time-pos");
     m_startCheck.start(firstStartCheck);
+    checkDevice();
 }
 
 void MpvSound::checkStart()

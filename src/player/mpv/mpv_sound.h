@@ -26,6 +26,10 @@ public:
     /// To be called when a stream may have appeared.
     void applyLevel() { setLevel(m_level); }
 
+    /// To be called when the core's sound device has changed. Where the sound server has gone, it is looked for again
+    /// from time to time.
+    void deviceChanged();
+
     /// No track is selected: the times that the core tells are those of pictures.
     [[nodiscard]] bool isSilent() const { return m_silent; }
     void silence();
@@ -34,10 +38,16 @@ public:
     void wake();
 
     /// The core does not run any more.
-    void rest() { m_startCheck.stop(); }
+    void rest()
+    {
+        m_startCheck.stop();
+        m_deviceSearch.stop();
+    }
 
 private:
     void checkStart();
+    void checkDevice();
+    void searchDevice();
 
     MpvCore &m_core;
     std::uint16_t m_level = 0xFFFF;
@@ -45,4 +55,6 @@ private:
     bool m_silent = false;
     std::optional<double> m_startedAt; ///< the core's time when it was told to run, seconds
     QTimer m_startCheck;
+    bool m_hadDevice = false; ///< there was a stream that is heard
+    QTimer m_deviceSearch;
 };
