@@ -65,7 +65,7 @@ bool writeSceneGif(FRAME_READER &reader, const QString &file, double start, doub
     const int pictures = picturesOfScene(start, length);
     for (int seconds = 0; seconds < pictures; ++seconds) {
         progress(seconds + 1, pictures);
-        reader.Seek(truncatedToInt64(framesBefore(start + seconds, reader.frameRate())));
+        reader.Seek(frameIndex(start + seconds, reader.frameRate()));
         // What is in the block after a read without an answer is taken all the same.
         (void)reader.Read();
         if (!reader.GetData())

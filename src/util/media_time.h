@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <cstdint>
+#include <initializer_list>
+#include <limits>
 
 // Moments of a film, and the pictures that they name. Free of Qt: the player, the scenes, the exports and the frame
 // reader count by the same arithmetic.
@@ -42,44 +44,75 @@ constexpr MediaTime unitsPerSecond = 10'000'000;
     return truncatedToInt64(static_cast<double>(time) * framesPerSecond / static_cast<double>(unitsPerSecond));
 }
 
-/// The pictures of a film before that moment of it; their whole part is the index that a read there asks for. What a
-/// double loses in the product does not name the picture before: 1.16 seconds at 25 pictures a second are 29.
-[[nodiscard]] inline double framesBefore(double seconds, double framesPerSecond)
+/// The index of the picture that a scene of these seconds asks a film of this rate for: their product, truncated.
+[[nodiscard]] inline std::int64_t frameIndex(double seconds, double framesPerSecond)
 {
-    constexpr double noise = 1e-6;
-    const double frames = framesPerSecond * seconds;
-    const double whole = std::round(frames);
-    return std::abs(frames - whole) < noise ? whole : frames;
+    return truncatedToInt64(framesPerSecond * seconds);
 }
 
-/// The moment of the picture that starts `seconds` after the first one: rounded up, and moved up by at most a
-/// millisecond where the rounding of containers, down to a millisecond, would let its frame number name the picture
-/// before. Times below zero give 0.
-[[nodiscard]] inline MediaTime pictureMediaTime(double seconds, double framesPerSecond)
+/// By how much the rounding of times in a container, down to whole milliseconds, can move a picture (seconds).
+constexpr double containerRounding = 1e-3;
+
+/// How much later than a moment a picture may start and still be the one that the moment means (seconds): a container
+/// that rounds to the nearest millisecond moves a picture's start by half of one behind the moment that its number
+/// and the rate give.
+constexpr double momentTolerance = 0.6e-3;
+
+namespace detail {
+
+/// `seconds` as media time, rounded up; a double's own noise, far below a unit, rounds no whole number of units up.
+[[nodiscard]] inline MediaTime roundedUp(double seconds)
+{
+    constexpr double noise = 1e-3;
+    return static_cast<MediaTime>(std::ceil(seconds * static_cast<double>(unitsPerSecond) - noise));
+}
+
+/// The first moment whose frame number names the picture that starts at `seconds`: that start, rounded up, or up to
+/// `containerRounding` later where rounding lets it name the picture before.
+[[nodiscard]] inline MediaTime firstNamingMoment(double seconds, double framesPerSecond)
+{
+    const MediaTime start = roundedUp(seconds);
+    const double frame = std::round(seconds * framesPerSecond);
+    const auto names = [&](MediaTime time) { return static_cast<double>(frameNumber(time, framesPerSecond)) >= frame; };
+    if (names(start) || frame / framesPerSecond - seconds > containerRounding)
+        return start;
+    const MediaTime named = roundedUp(frame / framesPerSecond);
+    return names(named) ? named : named + 1;
+}
+
+} // namespace detail
+
+/// The moment that stands for the picture that is shown from `seconds` to `until` (from the film's first picture): the
+/// first one in that time whose frame number names the picture, and whose whole hundredths still do when they are
+/// written down as a scene's start and read back as a number. That is the picture's own time where it holds, else a
+/// whole hundredth of a second; there is one up to 90 pictures a second, beyond that the picture's own time is given.
+/// A seek to what was written, give or take `momentTolerance`, finds the picture too.
+/// Times below zero give 0.
+[[nodiscard]] inline MediaTime pictureMediaTime(double seconds, double framesPerSecond,
+                                                double until = std::numeric_limits<double>::infinity())
 {
     if (!(seconds > 0.0))
         return 0;
-    constexpr double unit = static_cast<double>(unitsPerSecond);
-    // A double's own noise, far below a unit, must not round a whole number of units up.
-    constexpr double noise = 1e-3;
-    const auto time = static_cast<MediaTime>(std::ceil(seconds * unit - noise));
     if (!(framesPerSecond > 0.0) || !std::isfinite(framesPerSecond))
-        return time;
-
-    const double frame = std::round(seconds * framesPerSecond);
-    const auto namesFrame = [&](MediaTime candidate) {
-        return std::trunc(static_cast<double>(candidate) * framesPerSecond / unit) >= frame;
+        return detail::roundedUp(seconds);
+    const MediaTime own = detail::firstNamingMoment(seconds, framesPerSecond);
+    const std::int64_t number = frameNumber(own, framesPerSecond);
+    constexpr MediaTime hundredth = unitsPerSecond / 100;
+    const auto isNamedBy = [&](std::int64_t hundredths) {
+        const double written = static_cast<double>(hundredths) / 100.0;
+        return written >= seconds - momentTolerance && written < until - momentTolerance
+               && frameIndex(written, framesPerSecond) == number
+               && frameNumber(hundredths * hundredth, framesPerSecond) == number;
     };
-    if (namesFrame(time))
-        return time;
-    constexpr double containerRounding = 1e-3;
-    const double frameSeconds = frame / framesPerSecond;
-    if (frameSeconds - seconds > containerRounding)
-        return time;
-    auto named = static_cast<MediaTime>(std::ceil(frameSeconds * unit - noise));
-    if (!namesFrame(named))
-        ++named;
-    return named;
+    const std::int64_t cut = own / hundredth;
+    if (isNamedBy(cut))
+        return own;
+    // The product of a whole hundredth and the rate may fall short of the picture's number by a double's noise.
+    for (const std::int64_t later : {cut + 1, cut + 2}) {
+        if (isNamedBy(later))
+            return later * hundredth;
+    }
+    return own;
 }
 
 /// `time` moved by `offset` (both 100 ns): not before 0, and forward no further than just before `duration`.

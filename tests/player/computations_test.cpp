@@ -2,6 +2,7 @@
 #include "player/scene_marking.h"
 #include "player/transport.h"
 #include "util/media_time.h"
+#include "util/numbers.h"
 
 #include <QTest>
 
@@ -16,8 +17,8 @@ private Q_SLOTS:
     void stepsStayInsideTheVideo();
     void barsReachTheirEnds();
     void marksAreTruncatedToHundredths();
-    void everyPictureTimeNamesItsFrame();
-    void picturesOffTheGridKeepTheirTime();
+    void everyPictureIsNamedByItsMark();
+    void picturesThatNoMarkNamesKeepTheirTime();
 };
 
 void ComputationsTest::textsForTheReader()
@@ -74,27 +75,42 @@ void ComputationsTest::marksAreTruncatedToHundredths()
     QVERIFY(sceneLengthText("-1e300", 100'000'000));
 }
 
-void ComputationsTest::everyPictureTimeNamesItsFrame()
+// A mark is the position in hundredths as text, its picture in the GIF is the text's number times the rate.
+void ComputationsTest::everyPictureIsNamedByItsMark()
 {
-    // The rate, and the unit that the container rounds times to; 23.976 as a nanosecond duration at last.
-    for (const auto &[rate, timeBase] : {std::pair(24000.0 / 1001.0, 1e-3), std::pair(30000.0 / 1001.0, 1.0 / 90000.0),
-                                         std::pair(60000.0 / 1001.0, 1e-9), std::pair(1e9 / 41708333.0, 1e-3)}) {
-        const double reported = 1.0 / (1.0 / rate);
-        MediaTime previous = -1;
-        for (std::int64_t frame = 0; frame < 300'000; ++frame) {
-            const double seconds = std::round(static_cast<double>(frame) / rate / timeBase) * timeBase;
-            const MediaTime time = pictureMediaTime(seconds, reported);
-            QVERIFY(time > previous);
-            QVERIFY(frameNumber(time, reported) == frame);
-            previous = time;
+    constexpr double ntsc = 1000.0 / 1001.0;
+    for (const double rate : {10.0, 12.0, 15.0, 24 * ntsc, 24.0, 25.0, 30 * ntsc, 30.0, 48.0, 49.0, 50.0, 60 * ntsc,
+                              60.0, 72.0, 90.0, 1e9 / 41708333.0}) {
+        const double told = 1.0 / (1.0 / rate);
+        // What containers round times to: not at all, nanoseconds, a transport stream's clock, milliseconds.
+        for (const double unit : {0.0, 1e-9, 1.0 / 90000.0, 1e-3}) {
+            const auto start = [&](int frame) {
+                return unit > 0.0 ? std::round(frame / rate / unit) * unit : frame / rate;
+            };
+            for (int frame = 0; frame < 60'000; ++frame) {
+                const MediaTime time = pictureMediaTime(start(frame), told, start(frame + 1));
+                const double mark = leadingNumber(sceneStartText(time));
+                const double moment = secondsOf(mediaTimeAt(mark));
+                if (frameNumber(time, told) != frame || std::trunc(told * mark) != frame
+                    || moment < start(frame) - momentTolerance || moment >= start(frame + 1) - momentTolerance)
+                    QFAIL(qPrintable(QString("rate %1, unit %2: picture %3 is at %4, marked %5")
+                                         .arg(rate)
+                                         .arg(unit)
+                                         .arg(frame)
+                                         .arg(time)
+                                         .arg(mark)));
+            }
         }
     }
 }
 
-void ComputationsTest::picturesOffTheGridKeepTheirTime()
+void ComputationsTest::picturesThatNoMarkNamesKeepTheirTime()
 {
-    QCOMPARE(pictureMediaTime(0.055, 25.0), MediaTime(550'000));
-    QCOMPARE(pictureMediaTime(0.0550000011, 25.0), MediaTime(550'001));
+    // At uneven distances a mark must not name the neighbour; 120 pictures a second are more than hundredths.
+    QCOMPARE(pictureMediaTime(0.055, 25.0), MediaTime(600'000));
+    QCOMPARE(pictureMediaTime(0.055, 25.0, 0.0585), MediaTime(550'000));
+    QCOMPARE(pictureMediaTime(0.0550000011, 25.0, 0.0585), MediaTime(550'001));
+    QCOMPARE(pictureMediaTime(5.0 / 120.0, 120.0), MediaTime(416'667));
     QCOMPARE(pictureMediaTime(-0.5, 25.0), MediaTime(0));
     QCOMPARE(pictureMediaTime(0.055, 0.0), MediaTime(550'000));
     QCOMPARE(pictureMediaTime(std::nan(""), 25.0), MediaTime(0));
