@@ -1,7 +1,9 @@
 #include "reader/film.h"
 
+#include "util/media_time.h"
+
 #include <algorithm>
-#include <limits>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -38,9 +40,9 @@ std::unique_ptr<Film> Film::open(const std::string &path, const Interrupted &int
 }
 
 Film::Film(std::unique_ptr<PictureFinder> finder, const PictureGeometry &geometry)
-    : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry), m_frameRate(m_finder->film().frameRate()),
-      m_frameLength(av_mul_q(av_inv_q(m_frameRate), av_inv_q(m_finder->film().stream().time_base))),
-      m_frameCount(m_finder->film().pictureCount())
+    : m_finder(std::move(finder)), m_geometry(geometry), m_painter(geometry),
+      m_frameRate(1.0 / (1.0 / av_q2d(m_finder->film().frameRate()))),
+      m_unit(av_q2d(m_finder->film().stream().time_base)), m_frameCount(m_finder->film().pictureCount())
 {
 }
 
@@ -49,21 +51,15 @@ std::size_t Film::pictureBytes() const
     return static_cast<std::size_t>(m_geometry.bytes().value_or(0));
 }
 
-double Film::frameRate() const
-{
-    return av_q2d(m_frameRate);
-}
-
 std::int64_t Film::timeOf(std::int64_t index) const
 {
-    constexpr std::int64_t latest = std::numeric_limits<std::int64_t>::max();
-    const std::int64_t halfFrames = 2 * std::clamp<std::int64_t>(index, 0, lastIndex) + 1;
-    const std::int64_t afterZero =
-        av_rescale_rnd(halfFrames, m_frameLength.num, std::int64_t(2) * m_frameLength.den, AV_ROUND_DOWN);
-    const std::int64_t zero = m_finder->zero();
-    if (afterZero < 0 || (zero > 0 && afterZero >= latest - zero))
-        return latest - 1;
-    return zero + afterZero;
+    const double end = (static_cast<double>(std::clamp<std::int64_t>(index, 0, lastIndex)) + 1.0) / m_frameRate;
+    // A picture that starts just before the end is the next index's, which the container has rounded down.
+    const double rounded = std::min(containerRounding, 0.5 / m_frameRate);
+    const double lastUnit = std::ceil((end - rounded) / m_unit) - 1.0;
+    constexpr double most = 9e18;
+    return std::min(av_sat_add64(m_finder->zero(), static_cast<std::int64_t>(std::min(lastUnit, most))),
+                    latestTime - 1);
 }
 
 bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupted &interrupted)

@@ -10,8 +10,9 @@
 #include <span>
 #include <string>
 
-/// An open film as a row of pictures: index n is the moment n ÷ frame rate after the film's first picture, and its
-/// picture the last one that begins no later than half a frame after that moment.
+/// An open film as a row of pictures. Index n is the time from n to n + 1 ÷ frame rate after the film's first picture,
+/// and its picture the last one that starts before the end of that time, give or take the container's rounding: the
+/// one that the player gives the number n.
 class Film {
 public:
     /// Opens the film (a UTF-8 path); null if it is no film that can be shown, or if `interrupted`. `ended` is asked
@@ -28,8 +29,8 @@ public:
 
     /// Number of pictures, as far as the container tells; 0 if it does not.
     [[nodiscard]] std::int64_t frameCount() const { return m_frameCount; }
-    /// Frames per second.
-    [[nodiscard]] double frameRate() const;
+    /// Frames per second: to the last bit what the player makes of the average time per picture.
+    [[nodiscard]] double frameRate() const { return m_frameRate; }
 
     /// Paints the pictures from `index` on into `pixels`, as many as it holds: rows from the top down, 3 bytes a pixel
     /// (blue, green, red), without padding. Before the first and after the last picture it is that picture, where
@@ -49,8 +50,8 @@ private:
     std::unique_ptr<PictureFinder> m_finder;
     PictureGeometry m_geometry;
     PicturePainter m_painter;
-    AVRational m_frameRate;
-    AVRational m_frameLength; ///< in units of the stream's time base
+    double m_frameRate;
+    double m_unit; ///< seconds of the stream's time base
     std::int64_t m_frameCount;
     std::int64_t m_lastRead = -1;
     std::int64_t m_distance = 0; ///< by which indices go on from read to read; 0 as long as none was seen

@@ -50,8 +50,9 @@ constexpr MediaTime unitsPerSecond = 10'000'000;
     return truncatedToInt64(framesPerSecond * seconds);
 }
 
-/// By how much the rounding of times in a container, down to whole milliseconds, can move a picture (seconds).
-constexpr double containerRounding = 1e-3;
+/// By how much the rounding of times in a container, down to whole milliseconds, can move a picture (seconds), and a
+/// little more than a double's own noise.
+constexpr double containerRounding = 1.0001e-3;
 
 /// How much later than a moment a picture may start and still be the one that the moment means (seconds): a container
 /// that rounds to the nearest millisecond moves a picture's start by half of one behind the moment that its number

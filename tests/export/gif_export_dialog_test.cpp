@@ -41,7 +41,7 @@ private Q_SLOTS:
         const std::tuple<QString, QString, QList<int>> scenes[]{
             {"1.5", "3.0", {37, 62, 87}},
             {"12,5", "0.01", {300}},
-            {"1.16", "2.5", {29, 54, 79}}, // a little less than 29 as a double
+            {"1.16", "2.5", {28, 54, 79}}, // a little less than 29 as a double, which no mark of the player is
             {"0.1", "3", {2, 27, 52}},
             {"начало", "1с", {0}},
             {"1000", "2", {25000, 25025}},

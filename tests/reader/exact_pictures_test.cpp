@@ -1,10 +1,12 @@
 #include "random_seed.h"
 #include "reader_films.h"
+#include "util/media_time.h"
 
 #include <QRandomGenerator>
 #include <QTest>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 // Index n is the n-th picture of a film, in whatever order indices are asked for: compared by hash with what the
@@ -17,6 +19,8 @@ private Q_SLOTS:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void indexIsPicture_data();
     void indexIsPicture();
+    void aMarkedPictureIsFound_data();
+    void aMarkedPictureIsFound();
 };
 
 namespace {
@@ -31,10 +35,10 @@ QList<QByteArray> expectedPictures(const ReaderFilm &tried, const QString &path,
     pictures.erase(pictures.begin(), pictures.begin() + tried.madeUp);
     QList<QByteArray> expected;
     for (std::size_t last = 0; last + 1 < pictures.size(); expected << pictures[last].hash) {
-        const double until = (static_cast<double>(expected.size()) + 0.5) / film.frameRate();
         if (!tried.gaps)
             last = static_cast<std::size_t>(expected.size());
-        while (tried.gaps && last + 1 < pictures.size() && pictures[last + 1].seconds <= until)
+        const double end = static_cast<double>(expected.size() + 1) / film.frameRate();
+        while (tried.gaps && last + 1 < pictures.size() && pictures[last + 1].seconds < end - containerRounding)
             ++last;
     }
     return expected;
@@ -85,6 +89,39 @@ void ExactPicturesTest::indexIsPicture()
                                                  .arg(order[2])
                                                  .arg(wrong.mid(0, 12).join(", "))));
     }
+}
+
+void ExactPicturesTest::aMarkedPictureIsFound_data()
+{
+    QTest::addColumn<QString>("file");
+    for (const char *file : {"reader_uneven.mp4", "reader_uneven.mkv", "reader_uneven_late.mkv", "reader_h264.mkv"})
+        QTest::newRow(file) << file;
+}
+
+// A mark is the player's position on the paused picture, in hundredths; its index is their product with the rate.
+void ExactPicturesTest::aMarkedPictureIsFound()
+{
+    QFETCH(const QString, file);
+    const QString path = readerFilm(file);
+    const auto film = Film::open(path.toStdString(), never, never);
+    QVERIFY(film);
+    const double rate = film->frameRate();
+    const std::vector<WitnessedPicture> pictures = witnessedPictures(path);
+    const auto slot = [&](std::size_t picture) {
+        return std::floor((pictures[picture].seconds + containerRounding) * rate);
+    };
+    std::size_t alone = 0;
+    for (std::size_t picture = 0; picture + 1 < pictures.size(); ++picture) {
+        if (slot(picture) == slot(picture + 1))
+            continue;
+        ++alone;
+        const double start = pictures[picture].seconds;
+        const MediaTime position = pictureMediaTime(start, rate, pictures[picture + 1].seconds);
+        const std::int64_t index = frameIndex(wholeHundredths(position) / 100.0, rate);
+        QVERIFY2(pictureHash(readPicture(*film, index)) == pictures[picture].hash,
+                 qPrintable(QString("%1 at %2, index %3").arg(picture).arg(start).arg(index)));
+    }
+    QVERIFY(alone > pictures.size() * 3 / 4);
 }
 
 QTEST_APPLESS_MAIN(ExactPicturesTest)

@@ -22,6 +22,18 @@ FilmSpec spec(const QString &file, const QString &video, const QString &containe
             .container = container.split(' ', Qt::SkipEmptyParts)};
 }
 
+// Every picture some milliseconds late, but none as late as the next one is due.
+ReaderFilm uneven(const QString &file, const QString &video, const QString &container = {})
+{
+    FilmSpec film = spec(file,
+                         "-vf settb=1/1000,setpts='N*40+3*mod(N*7,11)' -vsync passthrough "
+                         "-enc_time_base:v 1/1000 "
+                             + video,
+                         container);
+    film.constantRate = false;
+    return {.made = film, .gaps = true};
+}
+
 std::vector<ReaderFilm> allFilms()
 {
     const QString x264 = "-c:v libx264 -preset veryfast -pix_fmt yuv420p -x264-params ";
@@ -111,6 +123,9 @@ std::vector<ReaderFilm> allFilms()
         {rotated},
         // Pictures at their own times.
         {.made = standardFilm("phone_variable.mp4"), .gaps = true},
+        uneven("uneven.mp4", bFrames),
+        uneven("uneven.mkv", bFrames),
+        uneven("uneven_late.mkv", bFrames, "-output_ts_offset 17.3"),
         // What was cut out of a film without decoding it.
         {.made = spec("cut.mp4", bFrames), .copiedFrom = 2.6},
         {.made = spec("cut_open.mp4", openGroups), .copiedFrom = 2.6},
