@@ -1,6 +1,6 @@
 # Everything a person does with this tree, on a bare Debian 12.
 
-.PHONY: run test bench check fuzz deb clean
+.PHONY: run test bench check fuzz formats deb clean
 
 has_display = $(shell scripts/has-display && echo yes)
 
@@ -27,6 +27,10 @@ check:
 fuzz:
 	scripts/install-dependencies build test
 	scripts/fuzz $(if $(FILMS),$(FILMS),10000) $(SEED)
+
+formats:
+	scripts/install-dependencies build test
+	scripts/try-formats $(if $(FILMS),'$(FILMS)')
 
 deb:
 	scripts/make-deb
