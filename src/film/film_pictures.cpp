@@ -16,13 +16,32 @@ constexpr double demuxerMargin = 0.1;
 /// Containers round times to a millisecond at the coarsest; a coarser time base is exact.
 constexpr double mostRoundingSeconds = 0.0005;
 
+/// An interruption that has come stays until it is taken back: a demuxer that was stopped once passes over packets.
+class Interruption {
+public:
+    explicit Interruption(Interrupted asked) : m_asked(std::move(asked)) {}
+
+    [[nodiscard]] bool hasCome() const { return m_hasCome; }
+    void takeBack() { m_hasCome = false; }
+    /// Must not be called later than the interruption lives.
+    [[nodiscard]] Interrupted question()
+    {
+        return [this] { return m_hasCome = m_hasCome || m_asked(); };
+    }
+
+private:
+    Interrupted m_asked;
+    bool m_hasCome = false;
+};
+
 } // namespace
 
 /// Finds the key picture before a moment and the picture after it, and so all between.
 class FilmPictures::Body {
 public:
-    Body(std::unique_ptr<FilmFile> film, const Interrupted &interrupted)
-        : m_film(std::move(film)), m_stretch(*m_film, interrupted),
+    Body(std::unique_ptr<FilmFile> film, std::unique_ptr<Interruption> interruption)
+        : m_interruption(std::move(interruption)), m_film(std::move(film)),
+          m_stretch(*m_film, m_interruption->question()),
           m_second(std::max<std::int64_t>(av_rescale_q(1, {1, 1}, m_film->stream().time_base), 1)),
           m_groupLength(m_second)
     {
@@ -39,16 +58,18 @@ public:
             return false;
         m_begin = m_stretch.front().decoded;
         m_first = *first;
-        return true;
+        return !m_interruption->hasCome();
     }
 
     /// Makes sure that the key picture for the moment and the picture after it are in the stretch.
     [[nodiscard]] bool cover(std::int64_t time)
     {
+        if (m_interruption->hasCome())
+            m_stretch.clear();
+        m_interruption->takeBack();
         m_stretch.allow(PacketStretch::mostPackets);
-        if (isNear(time) && m_stretch.knowsAfter(time) && reachKey(time))
-            return true;
-        return beginNear(time);
+        const bool isCovered = (isNear(time) && m_stretch.knowsAfter(time) && reachKey(time)) || beginNear(time);
+        return isCovered && !m_interruption->hasCome();
     }
 
 private:
@@ -99,6 +120,7 @@ private:
         }
     }
 
+    std::unique_ptr<Interruption> m_interruption; ///< asked by film and stretch
     std::unique_ptr<FilmFile> m_film;
     PacketStretch m_stretch;
     std::int64_t m_second;      ///< in units of the time base
@@ -112,10 +134,11 @@ FilmPictures::~FilmPictures() = default;
 
 std::unique_ptr<FilmPictures> FilmPictures::open(const std::string &path, Interrupted interrupted)
 {
-    std::unique_ptr<FilmFile> film = FilmFile::open(path, interrupted, interrupted);
+    auto interruption = std::make_unique<Interruption>(std::move(interrupted));
+    std::unique_ptr<FilmFile> film = FilmFile::open(path, interruption->question(), interruption->question());
     if (!film)
         return nullptr;
-    auto body = std::make_unique<Body>(std::move(film), interrupted);
+    auto body = std::make_unique<Body>(std::move(film), std::move(interruption));
     return body->findFirst() ? std::unique_ptr<FilmPictures>(new FilmPictures(std::move(body))) : nullptr;
 }
 

@@ -71,7 +71,8 @@ std::optional<PacketPlace> PacketStretch::readPlace()
         return std::nullopt;
     PacketPlace place;
     place.position = packet->pos;
-    place.decoded = packet->dts == AV_NOPTS_VALUE ? packet->pts : packet->dts;
+    place.tellsDecoding = packet->dts != AV_NOPTS_VALUE;
+    place.decoded = place.tellsDecoding ? packet->dts : packet->pts;
     place.isKey = packet->pts != AV_NOPTS_VALUE && m_kinds.isKey(*packet);
     place.recovery = place.isKey ? m_kinds.recovery(*packet) : 0;
     if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || !m_kinds.isShown(*packet))
@@ -93,7 +94,7 @@ bool PacketStretch::readOn()
             m_times.end();
         return m_ended;
     }
-    m_times.note(place->shown, place->decoded);
+    m_times.note(place->shown, place->tellsDecoding ? place->decoded : AV_NOPTS_VALUE);
     m_places.push_back(*place);
     forgetFront();
     return true;

@@ -10,6 +10,7 @@
 struct PacketPlace {
     std::int64_t shown = AV_NOPTS_VALUE;   ///< none if it shows no picture of the film
     std::int64_t decoded = AV_NOPTS_VALUE; ///< the presentation time where there is no other
+    bool tellsDecoding = false;            ///< there is another
     std::int64_t position = -1;            ///< in the file
     bool isKey = false;
     int recovery = 0;      ///< a key's packets after it until pictures come out right
@@ -31,6 +32,8 @@ public:
     void allow(std::size_t packets) { m_allowed = packets; }
     [[nodiscard]] bool mayRead() const { return m_allowed > 0 && !m_interrupted(); }
 
+    /// Forgets the packets.
+    void clear();
     /// Begins anew at the film's first packet, or at a place that is likely to lie before `time`. False if the film
     /// refuses; the stretch is empty then.
     [[nodiscard]] bool beginAtFilm();
@@ -61,7 +64,6 @@ public:
     [[nodiscard]] std::optional<std::int64_t> firstAfter(std::int64_t time) const;
 
 private:
-    void clear();
     [[nodiscard]] bool reachKey();
     [[nodiscard]] std::optional<PacketPlace> readPlace();
     [[nodiscard]] bool readOn();

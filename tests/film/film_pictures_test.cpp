@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <functional>
 
 // What the packets tell, against what the ffmpeg programs show when they decode the film from its beginning.
 
@@ -197,6 +198,8 @@ private Q_SLOTS:
             QTest::addRow("%s", qPrintable(film.made.file)) << film;
     }
     void everyPictureStandsWhereADecoderGivesIt();
+    void whatIsInterruptedGivesNoWrongAnswer_data();
+    void whatIsInterruptedGivesNoWrongAnswer();
 };
 
 void FilmPicturesTest::everyPictureStandsWhereADecoderGivesIt()
@@ -257,6 +260,77 @@ void FilmPicturesTest::everyPictureStandsWhereADecoderGivesIt()
         const auto from = decodedPictures(path, pictures->secondsOf(time) - group->secondsBefore);
         QVERIFY2(from.value(time) == expected.value(time),
                  qPrintable(QString("%1 from %2").arg(time).arg(group->shown)));
+    }
+}
+
+void FilmPicturesTest::whatIsInterruptedGivesNoWrongAnswer_data()
+{
+    QTest::addColumn<TriedFilm>("film");
+    for (const TriedFilm &film : triedFilms()) {
+        const QStringList files{"film_h264.mp4", "film_h264_50.ts", "film_mpeg2.mpg", "film_hevc.mkv",
+                                "film_theora.ogv"};
+        if (files.contains(film.made.file))
+            QTest::addRow("%s", qPrintable(film.made.file)) << film;
+    }
+}
+
+void FilmPicturesTest::whatIsInterruptedGivesNoWrongAnswer()
+{
+    QFETCH(const TriedFilm, film);
+    const std::string path = makeTriedFilm(film).toStdString();
+    using Answer = std::optional<std::int64_t>;
+    using Neighbour = FilmPictures::Neighbour;
+    const auto timeOf = [](const Neighbour &neighbour) {
+        return neighbour.kind == Neighbour::Kind::Unknown ? std::nullopt : Answer(neighbour.time);
+    };
+    const std::function<Answer(FilmPictures &, double)> questions[] = {
+        [](FilmPictures &pictures, double) { return pictures.last(); },
+        [](FilmPictures &pictures, double seconds) { return pictures.at(seconds); },
+        [&](FilmPictures &pictures, double seconds) {
+            return timeOf(pictures.before(static_cast<std::int64_t>(seconds / pictures.secondsOf(1))));
+        },
+        [&](FilmPictures &pictures, double seconds) {
+            return timeOf(pictures.after(static_cast<std::int64_t>(seconds / pictures.secondsOf(1))));
+        },
+        [](FilmPictures &pictures, double seconds) {
+            const auto group = pictures.groupBegin(static_cast<std::int64_t>(seconds / pictures.secondsOf(1)));
+            return group ? Answer(group->shown) : std::nullopt;
+        },
+    };
+    const auto whole = FilmPictures::open(path, never);
+    QVERIFY(whole);
+    QRandomGenerator random(randomSeed());
+    for (const auto &question : questions) {
+        int unanswered = 0;
+        for (int patience = 0; patience < 3000; patience += 1 + patience / 2) {
+            int asked = 0;
+            bool isPatient = true;
+            const auto pictures = FilmPictures::open(path, [&] { return !isPatient && ++asked > patience; });
+            QVERIFY(pictures);
+            const double seconds = whole->secondsOf(whole->first()) + random.bounded(24.0);
+            const Answer right = question(*whole, seconds);
+            QVERIFY(right);
+            isPatient = false;
+            const Answer answer = question(*pictures, seconds);
+            const auto told = [&](const Answer &wrong) {
+                return QString("question %1, patience %2, at %3: %4, not %5")
+                    .arg(&question - questions)
+                    .arg(patience)
+                    .arg(seconds)
+                    .arg(wrong.value_or(-1))
+                    .arg(*right);
+            };
+            QVERIFY2(!answer || answer == right, qPrintable(told(answer)));
+            unanswered += answer ? 0 : 1;
+            isPatient = true;
+            const Answer again = question(*pictures, seconds);
+            QVERIFY2(again == right, qPrintable(told(again)));
+
+            asked = 0;
+            const auto opened = FilmPictures::open(path, [&] { return ++asked > patience; });
+            QVERIFY(!opened || asked <= patience || opened->first() == whole->first());
+        }
+        QVERIFY(unanswered > 0);
     }
 }
 
