@@ -4,9 +4,10 @@
 
 has_display = $(shell scripts/has-display && echo yes)
 
-# What the demonstration needs is installed and built only where it takes place.
+# What the demonstration needs is installed and built only where it takes place; what shows the help, only where windows
+# are seen and nothing is there for it.
 run:
-	scripts/install-dependencies build $(if $(has_display),,demo)
+	scripts/install-dependencies build $(if $(has_display),$(shell scripts/has-help-viewer || echo xchm),demo)
 	scripts/build release -DTAVRIN_DEMO=$(if $(has_display),OFF,ON)
 	scripts/run build/release $(if $(VIDEO),"$(VIDEO)")
 
