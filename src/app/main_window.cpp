@@ -321,6 +321,9 @@ void TForm1::openWithList(const QString &film)
     if (!INITIALIZED)
         Open1Click();
     INITIALIZED = true;
+    // The engine's own message does not say what is missing.
+    if (const QString lack = OPENED ? QString() : m_graphSystem->lack(); !lack.isEmpty())
+        throw UserError(lack);
 }
 
 void TForm1::N5Click()

@@ -156,6 +156,9 @@ public:
     [[nodiscard]] virtual Status initialize() = 0;
     virtual void uninitialize() = 0;
 
+    /// What the library lacks to be used, in Russian, for the user; empty where nothing is known to be missing.
+    [[nodiscard]] virtual QString lack() const { return {}; }
+
     [[nodiscard]] virtual Queried<GraphBuilder> createGraphBuilder() = 0;
 
     /// The level of the program's own sound, which outlives a session and can be changed from outside.

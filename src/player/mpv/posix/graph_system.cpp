@@ -3,9 +3,22 @@
 #include "player/mpv/posix/graphics_hardware.h"
 #include "util/application_folder.h"
 
+#include <QFileInfo>
 #include <QLibrary>
+#include <QRegularExpression>
 
 namespace {
+
+/// Why the system does not load a library, in Russian as far as that can be told.
+QString refusalOf(const QLibrary &library)
+{
+    if (!QFileInfo::exists(library.fileName()))
+        return QStringLiteral("нет такого файла");
+    static const QRegularExpression missing(QStringLiteral("([^ (:]+): cannot open shared object file"));
+    const QRegularExpressionMatch found = missing.match(library.errorString());
+    return found.hasMatch() ? QStringLiteral("в системе нет библиотеки «%1»").arg(found.captured(1))
+                            : library.errorString();
+}
 
 /// Stands for the module's graph system and loads it with the first graph.
 class LoadedGraphSystem final : public GraphSystem {
@@ -23,6 +36,8 @@ public:
             load();
         return m_system ? m_system->initialize() : statusFailure;
     }
+
+    QString lack() const override { return m_lack; }
 
     void uninitialize() override { m_system->uninitialize(); }
     Queried<GraphBuilder> createGraphBuilder() override { return m_system->createGraphBuilder(); }
@@ -44,10 +59,15 @@ private:
         if (const auto create = reinterpret_cast<Create>(module.resolve("tavrinCreateGraphSystem"))) {
             m_system.reset(create(m_panel));
             m_system->setWaveVolume(m_level);
+            m_lack.clear();
+        } else {
+            m_lack = QStringLiteral("Не удалось загрузить модуль показа фильмов «%1»: %2")
+                         .arg(module.fileName(), refusalOf(module));
         }
     }
 
     QWidget *m_panel;
+    QString m_lack;
     std::unique_ptr<GraphSystem> m_system;
     WaveLevel m_level;
 };
