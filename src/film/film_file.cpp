@@ -242,11 +242,26 @@ Packet FilmFile::readStream()
         else if (packet->stream_index == m_stream->index) {
             if (m_isAvi)
                 countByIndex(*packet);
+            if (std::exchange(m_paletteIsDue, false))
+                addPalette(*packet);
             return packet;
         }
         av_packet_unref(packet.get());
     }
     return nullptr;
+}
+
+// Demuxers hand the palette over once, with the first packet that they ever read.
+void FilmFile::addPalette(AVPacket &packet) const
+{
+    std::size_t size = 0;
+    std::size_t ownSize = 0;
+    const std::uint8_t *palette =
+        m_first ? av_packet_get_side_data(m_first.get(), AV_PKT_DATA_PALETTE, &size) : nullptr;
+    if (palette == nullptr || av_packet_get_side_data(&packet, AV_PKT_DATA_PALETTE, &ownSize) != nullptr)
+        return;
+    if (std::uint8_t *copy = av_packet_new_side_data(&packet, AV_PKT_DATA_PALETTE, size))
+        std::copy_n(palette, size, copy);
 }
 
 // An AVI file tells no times, packets are counted; past a damaged stretch the count is short of those that were lost.
@@ -332,6 +347,7 @@ std::int64_t FilmFile::nextSlot(const AVPacket &packet)
 void FilmFile::forgetPosition()
 {
     m_unread.clear();
+    m_paletteIsDue = true;
     m_input->error = 0;
     m_atEnd = false;
     m_lastSlot = AV_NOPTS_VALUE;

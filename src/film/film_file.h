@@ -75,6 +75,7 @@ private:
     [[nodiscard]] bool prepareOrder();
     [[nodiscard]] Packet readStream();
     void countByIndex(AVPacket &packet) const;
+    void addPalette(AVPacket &packet) const;
     [[nodiscard]] Packet readFiltered();
     void forgetPosition();
     [[nodiscard]] std::int64_t nextSlot(const AVPacket &packet);
@@ -98,6 +99,7 @@ private:
     std::map<std::int64_t, std::int64_t> m_keyPlaces; ///< slots and bytes of key packets that were met, if counted
     std::unique_ptr<PresentationOrder> m_order;       ///< null if every packet has its presentation time
     bool m_orderEnded = false;
+    bool m_paletteIsDue = false; ///< the next packet comes from elsewhere in the film
     bool m_atEnd = false;
     std::int64_t m_lastSlot = AV_NOPTS_VALUE;
     std::deque<Packet> m_unread; ///< of the stream, before filter and order

@@ -87,6 +87,12 @@ private:
     bool m_readable = true;
 };
 
+/// In the size in which ffmpeg's pictures are looked at, where coarse coding is as readable as there.
+QImage asWitnessed(const QImage &picture)
+{
+    return picture.scaled(panelSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
 class Trial {
 public:
     Trial(QString film, const Witness &witness) : m_film(std::move(film)), m_witness(witness) {}
@@ -166,7 +172,7 @@ private:
             const bool isRead = reader.Read() && reader.GetData();
             const QImage picture(reader.localBuffer().data(), reader.width(), reader.height(),
                                  qsizetype(3) * reader.width(), QImage::Format_BGR888);
-            const int read = isRead ? m_witness.placeOf(picture) : -1;
+            const int read = isRead ? m_witness.placeOf(asWitnessed(picture)) : -1;
             if (read != place)
                 fault("export", place, read);
         }

@@ -95,6 +95,7 @@ std::vector<ReaderFilm> allFilms()
         {odd + "-c:v ffv1 -pix_fmt yuv420p", {"odd.mkv"}},
         {odd + x264Other + "yuv444p", {"odd.mp4"}},
         {palette + "png", {"palette.mov"}},
+        {palette + "smc -g 10", {"palette_once.mov"}},
         {palette + "rawvideo", {"palette.avi"}},
         {"-c:v rawvideo -pix_fmt bgr24", {"raw_bgr.avi"}},
         {"-c:v rawvideo -pix_fmt rgb555le", {"raw_rgb555.avi"}},
