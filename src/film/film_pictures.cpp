@@ -158,6 +158,11 @@ double FilmPictures::frameRate() const
     return av_q2d(m_body->film().frameRate());
 }
 
+bool FilmPictures::hasIndex() const
+{
+    return m_body->film().hasIndex();
+}
+
 std::int64_t FilmPictures::first() const
 {
     return m_body->first();

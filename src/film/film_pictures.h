@@ -38,6 +38,9 @@ public:
     /// Pictures a second: the stream's average rate, else the rate its times suggest, else 25.
     [[nodiscard]] double frameRate() const;
 
+    /// False for transport and program streams: a demuxer that is sent to a moment begins anywhere before it.
+    [[nodiscard]] bool hasIndex() const;
+
     /// The time of the film's first picture: the film's zero.
     [[nodiscard]] std::int64_t first() const;
     /// The time of its last picture. It stands to the end of the film's longest stream.

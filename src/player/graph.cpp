@@ -26,7 +26,8 @@ MediaTime MediaSeeking::currentPosition()
     if (!isSettled() && m_asked)
         return *m_asked;
     const double frame = doFrameDuration();
-    return pictureMediaTime(doPosition(), frame > 0.0 ? 1.0 / frame : 0.0);
+    const double until = doIsPaused() ? doNextPicture() : std::numeric_limits<double>::infinity();
+    return pictureMediaTime(doPosition(), frame > 0.0 ? 1.0 / frame : 0.0, until);
 }
 
 Status GraphBuilder::renderFile(const QString &path)

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -49,14 +50,15 @@ class MediaSeeking {
 public:
     virtual ~MediaSeeking() = default;
 
-    /// Seeks to `current` (absolute) and leaves the stop position alone. Times before the first or after the last
-    /// picture mean that picture; of a stream without a duration only the next picture can be reached, while paused.
+    /// Seeks to `current` (absolute) and leaves the stop position alone. A time means the picture that is on the screen
+    /// then: the last that starts at most `momentTolerance` after it. Times before the first or after the last picture
+    /// mean that picture; of a stream without a duration only the next picture can be reached, while paused.
     /// A neighbour is the one of the picture that is there: while one is looked for, or while the pictures run, the
     /// time counts instead. The newest call counts.
     Status setPositions(MediaTime current, SeekTo picture);
 
-    /// While paused the time of the picture on the screen, rounded up so that its truncated frame number names
-    /// it; from a seek until its picture is there, the time asked for, inside the film.
+    /// While paused the moment that stands for the picture on the screen (`pictureMediaTime`), or that of the sound
+    /// where only sound is left; from a seek until its picture is there, the time asked for, inside the film.
     [[nodiscard]] MediaTime currentPosition();
 
     /// True when no picture is looked for: that of the newest seek is on the screen.
@@ -82,6 +84,9 @@ private:
     /// Seconds from the film's first picture to the one on the screen, as the library tells them; to what is heard
     /// and seen while the film runs.
     [[nodiscard]] virtual double doPosition() = 0;
+    /// While paused, seconds from the film's first picture to the one after that on the screen; infinite where that is
+    /// not known.
+    [[nodiscard]] virtual double doNextPicture() { return std::numeric_limits<double>::infinity(); }
     /// Average seconds from picture to picture; 0 without pictures.
     [[nodiscard]] virtual double doFrameDuration() = 0;
     [[nodiscard]] virtual MediaTime doDuration() = 0;

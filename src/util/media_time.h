@@ -86,7 +86,8 @@ namespace detail {
 /// The moment that stands for the picture that is shown from `seconds` to `until` (from the film's first picture): the
 /// first one in that time whose frame number names the picture, and whose whole hundredths still do when they are
 /// written down as a scene's start and read back as a number. That is the picture's own time where it holds, else a
-/// whole hundredth of a second; there is one up to 90 pictures a second, beyond that the picture's own time is given.
+/// whole hundredth of a second; there is one up to 90 pictures a second that are equally long. Among uneven ones the
+/// first whole hundredth at which the picture is shown is given, or its own time where there is none.
 /// A seek to what was written, give or take `momentTolerance`, finds the picture too.
 /// Times below zero give 0.
 [[nodiscard]] inline MediaTime pictureMediaTime(double seconds, double framesPerSecond,
@@ -99,10 +100,12 @@ namespace detail {
     const MediaTime own = detail::firstNamingMoment(seconds, framesPerSecond);
     const std::int64_t number = frameNumber(own, framesPerSecond);
     constexpr MediaTime hundredth = unitsPerSecond / 100;
-    const auto isNamedBy = [&](std::int64_t hundredths) {
+    const auto isShownAt = [&](std::int64_t hundredths) {
         const double written = static_cast<double>(hundredths) / 100.0;
-        return written >= seconds - momentTolerance && written < until - momentTolerance
-               && frameIndex(written, framesPerSecond) == number
+        return written >= seconds - momentTolerance && written < until - momentTolerance;
+    };
+    const auto isNamedBy = [&](std::int64_t hundredths) {
+        return isShownAt(hundredths) && frameIndex(static_cast<double>(hundredths) / 100.0, framesPerSecond) == number
                && frameNumber(hundredths * hundredth, framesPerSecond) == number;
     };
     const std::int64_t cut = own / hundredth;
@@ -113,7 +116,8 @@ namespace detail {
         if (isNamedBy(later))
             return later * hundredth;
     }
-    return own;
+    const bool onlyLaterIsShown = std::isfinite(until) && !isShownAt(cut) && isShownAt(cut + 1);
+    return onlyLaterIsShown ? (cut + 1) * hundredth : own;
 }
 
 /// `time` moved by `offset` (both 100 ns): not before 0, and forward no further than just before `duration`.

@@ -34,6 +34,7 @@ private:
     bool doIsSettled() override { return m_session->isSettled(); }
     bool doIsPaused() override { return m_session->isPaused(); }
     double doPosition() override { return m_session->position(); }
+    double doNextPicture() override { return m_session->nextPicture(); }
     double doFrameDuration() override { return m_session->film().times.frame; }
     MediaTime doDuration() override { return m_session->film().duration; }
     Status doSetRate(double rate) override { return m_session->setRate(rate); }

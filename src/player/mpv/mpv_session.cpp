@@ -1,15 +1,26 @@
 #include "player/mpv/mpv_session.h"
 
+#include <QElapsedTimer>
+#include <QThread>
+
 #include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// Sound that outlasts the last picture by less is what an encoder leaves, and no part of the film (seconds).
+constexpr double shortestTail = 0.25;
 
 enum : std::uint64_t { observeTime = 1, observeEnd, observeSound };
 
 } // namespace
 
-MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_sound(m_core), m_command(m_core, surface, m_film)
+MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_sound(m_core), m_command(m_core, surface)
 {
     if (!m_core.isValid())
         return;
@@ -40,7 +51,36 @@ Status MpvSession::render(const QString &path)
         m_toldAtPicture = m_shown;
     m_sound.applyLevel();
     m_core.handleEvents([this](const mpv_event &event) { handle(event); });
+    if (m_film.hasPictures())
+        m_pictures = KnownPictures::open(path, m_core.number("demuxer-start-time").value_or(0.0));
+    if (m_pictures && !goToFirst())
+        m_pictures.reset();
     return statusOk;
+}
+
+bool MpvSession::goToFirst()
+{
+    const FilmTimes told = m_film.times;
+    const double first = m_pictures->first();
+    m_film.times.first = first;
+    m_film.times.frame = 1.0 / m_pictures->frameRate();
+    if (std::abs(m_shown - first) > momentTolerance) {
+        pursue({0, SeekTo::Time});
+        QElapsedTimer waited;
+        waited.start();
+        constexpr auto longestWait = 10s;
+        while (!isSettled() && !waited.hasExpired(std::chrono::milliseconds(longestWait).count())) {
+            m_surface.service();
+            m_command.pictureIsDrawn();
+            QThread::usleep(std::chrono::microseconds(2ms).count());
+        }
+    }
+    if (std::abs(m_shown - first) <= momentTolerance) {
+        m_film.duration = std::llround((m_film.times.end - first) * unitsPerSecond);
+        return true;
+    }
+    m_film.times = told;
+    return false;
 }
 
 // Playing
@@ -49,7 +89,11 @@ Status MpvSession::run()
 {
     m_wantPaused = false;
     // A search for a picture ends before the film runs on from it.
-    if (!m_search)
+    if (m_search)
+        return statusOk;
+    if (m_tail && m_sound.isSilent())
+        pursue({mediaTimeAt(*m_tail - m_film.times.first), SeekTo::Time});
+    else
         applyPause();
     return statusOk;
 }
@@ -65,16 +109,38 @@ Status MpvSession::pause()
             m_wish = {m_searched.time, SeekTo::Time};
         return statusOk;
     }
-    m_shown = m_core.number("time-pos").value_or(m_shown);
     const FilmTimes &times = m_film.times;
+    m_shown = m_core.flag("eof-reached") ? end() : m_core.number("time-pos").value_or(m_shown);
+    m_next.reset();
     if (!m_film.hasPictures())
         return statusOk;
-    if (times.last)
+    if (m_pictures)
+        standAt(m_shown);
+    else if (times.last)
         m_shown = std::min(m_shown, *times.last);
     else if (m_film.duration > 0 && (m_core.flag("eof-reached") || tellsMoreThanIsDrawn(m_shown)))
         // Once the pictures have ended the core tells the sound's time; the picture that is there has to be found.
         pursue({pictureMediaTime(m_shown - times.first, 1.0 / times.frame), SeekTo::Time});
     return statusOk;
+}
+
+void MpvSession::standAt(double told)
+{
+    // Where the pictures end, the core goes over from their time to the sound's, which may be a little behind.
+    const double drawn = m_toldAtPicture.value_or(told);
+    const double latest = drawn - told < shortestTail ? std::max(told, drawn) : told;
+    const auto picture = m_pictures->at(latest);
+    if (!picture)
+        return;
+    m_shown = *picture;
+    if (isTail(told, *picture)) {
+        m_tail = told;
+        return;
+    }
+    const auto next = m_pictures->after(*picture);
+    const bool isAtEnd = next.isKnown && (!next.picture || !m_pictures->after(*next.picture).picture);
+    if (isAtEnd)
+        pursue({pictureMediaTime(*picture - m_film.times.first, 1.0 / m_film.times.frame), SeekTo::Time});
 }
 
 bool MpvSession::tellsMoreThanIsDrawn(double told) const
@@ -118,17 +184,37 @@ Status MpvSession::seek(MediaTime time, SeekTo picture)
     return statusOk;
 }
 
-double MpvSession::position() const
+double MpvSession::position()
 {
     if (m_search)
         return secondsOf(m_wish ? m_wish->time : m_searched.time);
-    double seconds = m_shown;
-    if (!m_wantPaused) {
-        seconds = m_core.number("time-pos").value_or(m_shown);
-        if (m_film.times.last && m_core.flag("eof-reached"))
-            seconds = *m_film.times.last;
-    }
+    double seconds = m_tail.value_or(m_shown);
+    if (!m_wantPaused)
+        seconds = m_core.flag("eof-reached") ? end() : m_core.number("time-pos").value_or(m_shown);
     return seconds - m_film.times.first;
+}
+
+// The core's seconds for where a film that runs stands at its end.
+double MpvSession::end()
+{
+    if (m_pictures && !m_end) {
+        if (const auto last = m_pictures->at(m_film.times.end))
+            m_end = isTail(m_film.times.end, *last) ? m_film.times.end : *last;
+    }
+    const auto told = [this] { return m_core.number("time-pos").value_or(m_shown); };
+    return m_end ? *m_end : m_film.times.last ? *m_film.times.last : told();
+}
+
+double MpvSession::nextPicture()
+{
+    constexpr double never = std::numeric_limits<double>::infinity();
+    if (!m_pictures || m_search || m_tail)
+        return never;
+    if (!m_next) {
+        const auto next = m_pictures->after(m_shown);
+        m_next = next.picture.value_or(next.isKnown ? m_film.times.end : never);
+    }
+    return *m_next - m_film.times.first;
 }
 
 bool MpvSession::isSettled()
@@ -137,14 +223,59 @@ bool MpvSession::isSettled()
     return !m_search;
 }
 
+bool MpvSession::isTail(double seconds, double picture)
+{
+    if (seconds - picture <= m_film.times.frame + shortestTail)
+        return false;
+    const auto next = m_pictures->after(picture);
+    return next.isKnown && !next.picture;
+}
+
+std::optional<KnownPicture> MpvSession::knownPicture(std::optional<double> seconds)
+{
+    const auto group = seconds ? m_pictures->groupSeconds(*seconds) : std::nullopt;
+    return group ? std::optional(KnownPicture{*seconds, *group, m_pictures->hasIndex()}) : std::nullopt;
+}
+
+MpvSession::Aim MpvSession::aimOf(const Wish &wish)
+{
+    if (!m_pictures)
+        return {};
+    if (wish.picture != SeekTo::Time) {
+        const auto neighbour =
+            wish.picture == SeekTo::NextPicture ? m_pictures->after(m_shown) : m_pictures->before(m_shown);
+        return {knownPicture(neighbour.picture), neighbour.isKnown && !neighbour.picture, m_tail};
+    }
+    const double asked = m_film.times.first + secondsOf(wish.time);
+    const auto picture = m_pictures->at(asked);
+    if (picture && isTail(asked, *picture))
+        return {knownPicture(picture), false, asked};
+    return {knownPicture(picture), false, std::nullopt};
+}
+
 void MpvSession::pursue(const Wish &wish)
 {
     m_searched = wish;
     if (!m_wantPaused)
         m_shown = m_core.number("time-pos").value_or(m_shown);
+    Aim aim = aimOf(wish);
+    m_tail.reset();
+    m_tailAsked = aim.isNowhere || wish.picture == SeekTo::Time ? aim.tail : std::nullopt;
+    FilmTimes times = m_film.times;
+    if (m_tailAsked && !m_wantPaused) {
+        // Sound alone is sought.
+        times.frame = 0.0;
+        aim.picture.reset();
+        m_sound.wake();
+    }
+    m_search.emplace(times, m_shown, m_film.times.first + secondsOf(wish.time), wish.picture, m_wantPaused,
+                     aim.picture);
+    if (aim.isNowhere) {
+        finish();
+        return;
+    }
     if (m_wantPaused && m_film.hasPictures())
         m_sound.silence();
-    m_search.emplace(m_film.times, m_shown, m_film.times.first + secondsOf(wish.time), wish.picture, m_wantPaused);
     execute(m_search->start(), m_shown);
 }
 
@@ -177,8 +308,14 @@ void MpvSession::finish()
     m_command.end();
     m_film.times.last = m_search->last();
     m_search.reset();
+    m_next.reset();
+    m_tail = m_wantPaused && !m_wish ? m_tailAsked : std::nullopt;
+    // A film that was told to run meanwhile runs on where its sound is.
+    if (!m_wantPaused && !m_wish && m_tailAsked && m_sound.isSilent())
+        m_wish = {mediaTimeAt(*m_tailAsked - m_film.times.first), SeekTo::Time};
     if (!m_wantPaused)
         m_toldAtPicture.reset();
+    m_told = m_core.number("time-pos").value_or(m_told);
     // Before any sound: the core's tempo filter fails at the rate of a step.
     m_core.setNumber("speed", m_rate);
     applyPause();

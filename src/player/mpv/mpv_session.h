@@ -1,6 +1,7 @@
 #pragma once
 
 #include "player/graph.h"
+#include "player/mpv/known_pictures.h"
 #include "player/mpv/mpv_core.h"
 #include "player/mpv/mpv_film.h"
 #include "player/mpv/mpv_sound.h"
@@ -12,6 +13,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 /// One film in one player core: everything behind the graph's roles. One search for a picture is under way at a
@@ -40,7 +42,11 @@ public:
 
     /// Seconds from the film's first picture to the one on the surface, to the one that is looked for, or to where
     /// the film runs.
-    [[nodiscard]] double position() const;
+    [[nodiscard]] double position();
+
+    /// While paused, seconds from the film's first picture to the one after that on the surface; infinite where that
+    /// is not known.
+    [[nodiscard]] double nextPicture();
 
     /// True when no picture is being looked for: the newest wish's picture is on the surface.
     [[nodiscard]] bool isSettled();
@@ -66,6 +72,21 @@ private:
     void propertyChanged(std::uint64_t observed, const mpv_event_property &property);
     void pictureDrawn();
 
+    /// False if the core cannot show the film's first picture as its packets tell it.
+    [[nodiscard]] bool goToFirst();
+
+    /// What a wish means where the film's pictures are known.
+    struct Aim {
+        std::optional<KnownPicture> picture;
+        bool isNowhere = false;     ///< there is no such neighbour
+        std::optional<double> tail; ///< the time asked for, where only sound is left
+    };
+    [[nodiscard]] Aim aimOf(const Wish &wish);
+    [[nodiscard]] std::optional<KnownPicture> knownPicture(std::optional<double> seconds);
+    [[nodiscard]] bool isTail(double seconds, double picture);
+    [[nodiscard]] double end();
+    void standAt(double told);
+
     void pursue(const Wish &wish);
     void execute(const SearchCommand &command, double from);
     void land();
@@ -76,6 +97,7 @@ private:
     VideoSurface &m_surface;
     MpvCore m_core;
     MpvFilm m_film;
+    std::unique_ptr<KnownPictures> m_pictures; ///< null where they are not known
     MpvSound m_sound;
     PictureCommand m_command;
     bool m_attached = false;
@@ -83,6 +105,10 @@ private:
     bool m_wantPaused = true;
     double m_rate = 1.0;
     double m_shown = 0.0;                  ///< time of the picture on the surface while paused (core's, seconds)
+    std::optional<double> m_tail;          ///< where the sound stands after the last picture, while paused
+    std::optional<double> m_tailAsked;     ///< what that is after the search
+    std::optional<double> m_next;          ///< the picture after `m_shown`, once it was asked for; may be infinite
+    std::optional<double> m_end;           ///< where the film stands at its end, once it was asked for
     double m_told = 0.0;                   ///< the core's time as it was observed last, seconds
     std::optional<double> m_toldAtPicture; ///< what that was at the last picture drawn, if one was since a search
     std::optional<PictureSearch> m_search; ///< under way

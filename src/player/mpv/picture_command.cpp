@@ -23,8 +23,7 @@ constexpr auto longestWait = std::chrono::seconds(5);
 
 } // namespace
 
-PictureCommand::PictureCommand(MpvCore &core, VideoSurface &surface, const MpvFilm &film)
-    : m_core(core), m_surface(surface), m_film(film)
+PictureCommand::PictureCommand(MpvCore &core, VideoSurface &surface) : m_core(core), m_surface(surface)
 {
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &PictureCommand::land);
@@ -35,6 +34,7 @@ PictureCommand::PictureCommand(MpvCore &core, VideoSurface &surface, const MpvFi
 bool PictureCommand::send(const SearchCommand &command, double from, double rate)
 {
     m_kind = command.kind;
+    m_isOfSound = command.isOfSound;
     m_from = from;
     m_reported = false;
     m_awaitedPicture = m_surface.picturesBegun() + 1;
@@ -106,7 +106,7 @@ void PictureCommand::pictureIsDrawn()
 
 bool PictureCommand::isDrawn() const
 {
-    return !m_film.hasPictures() || m_surface.picturesDrawn() >= m_awaitedPicture;
+    return m_isOfSound || m_surface.picturesDrawn() >= m_awaitedPicture;
 }
 
 void PictureCommand::checkForEnd()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "player/mpv/mpv_core.h"
-#include "player/mpv/mpv_film.h"
 #include "player/mpv/picture_search.h"
 #include "player/mpv/video_surface.h"
 
@@ -15,7 +14,7 @@ class PictureCommand : public QObject {
 
 public:
     /// All of these must outlive this.
-    PictureCommand(MpvCore &core, VideoSurface &surface, const MpvFilm &film);
+    PictureCommand(MpvCore &core, VideoSurface &surface);
 
     /// Sends `command` from the picture at `from` (the core's seconds); `rate` is the rate that the film plays at.
     /// False if there is nothing to send or the core refuses it.
@@ -49,10 +48,10 @@ private:
 
     MpvCore &m_core;
     VideoSurface &m_surface;
-    const MpvFilm &m_film;
     SearchCommand::Kind m_kind = SearchCommand::Done;
     double m_from = 0.0;
-    double m_target = 0.0;              ///< of a seek, seconds
+    double m_target = 0.0; ///< of a seek, seconds
+    bool m_isOfSound = false;
     bool m_reported = false;            ///< the core has told that it is done
     std::uint64_t m_awaitedPicture = 0; ///< the surface's count of pictures that ends it
     QTimer m_patience;

@@ -1,6 +1,9 @@
 #include "player/mpv/picture_search.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
 
 namespace {
 
@@ -12,6 +15,22 @@ constexpr double jitter = 0.001;
 constexpr double coreTolerance = 0.005;
 constexpr double oddFraction = 0.000063;
 constexpr double targetShift = coreTolerance - PictureSearch::seekTolerance - oddFraction;
+
+/// The core's seconds for a known picture are that picture's, give or take this much.
+constexpr double knownTolerance = 0.0004;
+constexpr double knownShift = coreTolerance - knownTolerance - oddFraction;
+
+/// The demuxer starts this many seconds before the group of a known picture, each time that the picture was missed.
+constexpr std::array<double, 3> knownOffsets{0.5, 4.0, 16.0};
+
+/// More steps than this are no way to a known picture.
+constexpr int mostKnownSteps = 8;
+
+/// While the film runs, a seek may have gone on by so much when its landing is seen (seconds).
+constexpr double runningOn = 0.25;
+
+/// A core that steps over a longer time without a picture (seconds) takes its time for it.
+constexpr double longestStep = 5.0;
 
 /// Stepping is cheaper than seeking for times at most this many pictures ahead.
 constexpr double steppedPictures = 3.0;
@@ -26,15 +45,20 @@ double furtherBack(double back, double frame)
 
 } // namespace
 
-PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused)
-    : m_film(film), m_shown(shown), m_target(std::max(target, film.first)), m_goal(goal), m_paused(paused)
+PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused,
+                             std::optional<KnownPicture> known)
+    : m_film(film), m_shown(shown), m_target(known ? known->seconds : std::max(target, film.first)), m_goal(goal),
+      m_paused(paused), m_known(known), m_origin(shown),
+      m_moment(goal == SeekTo::Time && paused ? m_target : std::numeric_limits<double>::infinity())
 {
-    if (m_film.last)
+    if (m_film.last && !m_known)
         m_target = std::min(m_target, *m_film.last);
 }
 
 SearchCommand PictureSearch::start()
 {
+    if (m_known && m_film.frame > 0.0)
+        return startKnown();
     if (m_film.frame <= 0.0)
         return seek(m_target);
     if (m_goal == SeekTo::NextPicture)
@@ -43,7 +67,6 @@ SearchCommand PictureSearch::start()
         if (m_shown <= m_film.first + jitter)
             return {};
         m_phase = Phase::SteppingBack;
-        m_origin = m_shown;
         return {SearchCommand::StepBack};
     }
     const double ahead = m_target - m_shown;
@@ -55,6 +78,9 @@ SearchCommand PictureSearch::start()
 SearchCommand PictureSearch::landed(double here, bool atEnd)
 {
     switch (m_phase) {
+    case Phase::SeekingKnown:
+    case Phase::SteppingKnown:
+        return knownLanded(here, atEnd);
     case Phase::Seeking:
         return seekLanded(here, atEnd);
     case Phase::Stepping:
@@ -89,7 +115,7 @@ SearchCommand PictureSearch::landed(double here, bool atEnd)
 SearchCommand PictureSearch::seek(double seconds)
 {
     m_phase = Phase::Seeking;
-    return {SearchCommand::Seek, std::max(seconds, m_film.first) + targetShift, m_demuxerOffset};
+    return {SearchCommand::Seek, std::max(seconds, m_film.first) + targetShift, m_demuxerOffset, m_film.frame <= 0.0};
 }
 
 SearchCommand PictureSearch::seekTarget()
@@ -135,7 +161,7 @@ SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
         return seek(sought);
     }
     m_shown = here;
-    return m_paused && here < m_target - seekTolerance - jitter ? step() : SearchCommand{};
+    return m_paused && here < m_target - seekTolerance - jitter ? step() : settle();
 }
 
 SearchCommand PictureSearch::stepLanded(double here, bool atEnd)
@@ -146,7 +172,19 @@ SearchCommand PictureSearch::stepLanded(double here, bool atEnd)
     }
     m_shown = here;
     const bool there = m_goal == SeekTo::NextPicture || here >= m_target - seekTolerance - jitter;
-    return there ? SearchCommand{} : step();
+    return there ? settle() : step();
+}
+
+// The picture that is there is the one, unless it starts after the moment that is meant.
+SearchCommand PictureSearch::settle()
+{
+    if (m_shown <= std::max(m_moment, m_film.first) + seekTolerance)
+        return {};
+    m_moment = std::numeric_limits<double>::infinity();
+    m_origin = m_shown;
+    m_back = 0.0;
+    m_phase = Phase::SteppingBack;
+    return {SearchCommand::StepBack};
 }
 
 SearchCommand PictureSearch::seekBefore()
@@ -161,4 +199,58 @@ SearchCommand PictureSearch::seekBefore()
     const SearchCommand before = seek(m_origin - m_back);
     m_phase = Phase::SeekingBefore;
     return before;
+}
+
+// Known pictures
+
+SearchCommand PictureSearch::startKnown()
+{
+    const double ahead = m_target - m_shown;
+    const bool isNear = m_goal == SeekTo::NextPicture ? ahead < longestStep : ahead < steppedPictures * m_film.frame;
+    return m_paused && ahead > jitter && isNear ? stepKnown() : seekKnown();
+}
+
+SearchCommand PictureSearch::stepKnown()
+{
+    ++m_steps;
+    m_phase = Phase::SteppingKnown;
+    return {SearchCommand::StepForward};
+}
+
+SearchCommand PictureSearch::seekKnown()
+{
+    m_phase = Phase::SeekingKnown;
+    double offset = m_known->isIndexed ? 0.0 : m_known->groupSeconds;
+    if (m_seeks > 0)
+        offset = m_known->groupSeconds + knownOffsets.at(static_cast<std::size_t>(m_seeks) - 1);
+    ++m_seeks;
+    return {SearchCommand::Seek, m_target + knownShift, offset};
+}
+
+SearchCommand PictureSearch::knownLanded(double here, bool atEnd)
+{
+    const double late = here - m_target;
+    if (std::abs(late) <= knownTolerance || (!m_paused && !atEnd && late > 0.0 && late < runningOn)) {
+        // Not what the core tells, which it has rounded.
+        m_shown = m_target;
+        return {};
+    }
+    const bool sought = m_phase == Phase::SeekingKnown;
+    if (atEnd && sought) {
+        // The core tells no picture's time here.
+        m_demuxerOffset = m_known->isIndexed ? 0.0 : m_known->groupSeconds;
+        m_known.reset();
+        m_back = furtherBack(0.0, m_film.frame);
+        return seek(m_target - m_back);
+    }
+    const bool isNear = late < 0.0 && (!sought || -late < steppedPictures * m_film.frame);
+    if (m_paused && !atEnd && isNear && m_steps < mostKnownSteps)
+        return stepKnown();
+    if (static_cast<std::size_t>(m_seeks) <= knownOffsets.size())
+        return seekKnown();
+    m_shown = here;
+    if (m_goal != SeekTo::PreviousPicture || here < m_origin - jitter)
+        return {};
+    m_known.reset();
+    return seekBefore();
 }

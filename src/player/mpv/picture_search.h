@@ -12,15 +12,27 @@ struct FilmTimes {
     std::optional<double> last = {}; ///< of the last picture, once somebody got there
 };
 
+/// A picture whose time is known before it is looked for. Times are the core's, in seconds.
+struct KnownPicture {
+    double seconds = 0.0;
+    double groupSeconds = 0.0; ///< how much before it a demuxer must start for it to come out right
+    bool isIndexed = true;     ///< a demuxer that is sent to it starts there by itself
+};
+
 /// What the player core is to do next.
 struct SearchCommand {
     enum Kind { Done, Seek, StepForward, StepBack };
     Kind kind = Done;
     double seconds = 0.0;       ///< of a seek: its target
     double demuxerOffset = 0.0; ///< of a seek: how much earlier the demuxer starts
+    bool isOfSound = false;     ///< no picture is drawn for it
 };
 
 /// The way from the picture on the screen to the one that is asked for, proven by picture times.
+///
+/// A picture whose time is known is there when the core tells that time. A seek to it starts at its group, and earlier
+/// and earlier until it lands there. What the core never shows, such as a damaged picture, has the next one stand for
+/// it. Where nothing is known:
 ///
 ///  1. The next picture is one step, the previous one a step back; while paused, a time a few pictures ahead is
 ///     stepped to as well, since that decodes those pictures only.
@@ -34,14 +46,17 @@ struct SearchCommand {
 ///     back; from there the pictures are stepped through to the one asked for or to the last.
 ///  5. A step back that lands nowhere before, or suspiciously far, is proven: from a seek before it the pictures
 ///     are stepped through up to the one that was shown, and the last one before that is sought.
+///  6. While paused, a picture that starts after the time asked for gives way to the one before it.
 class PictureSearch {
 public:
     /// How much before the time asked for a picture may start and still be the one that is meant (seconds): more
     /// than containers round times by, less than the distance of two pictures.
     static constexpr double seekTolerance = 0.0025;
 
-    /// From the picture at `shown` to `goal`; `target` is the time asked for. `paused` allows stepping.
-    PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused);
+    /// From the picture at `shown` to `goal`; `target` is the time asked for. `paused` allows stepping. `known` is the
+    /// picture that is meant, where that is known.
+    PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused,
+                  std::optional<KnownPicture> known = {});
 
     /// The first command.
     [[nodiscard]] SearchCommand start();
@@ -57,7 +72,7 @@ public:
     [[nodiscard]] std::optional<double> last() const { return m_film.last; }
 
 private:
-    enum class Phase { Seeking, Stepping, SteppingBack, SeekingBefore, SteppingUp };
+    enum class Phase { Seeking, Stepping, SteppingBack, SeekingBefore, SteppingUp, SeekingKnown, SteppingKnown };
 
     [[nodiscard]] SearchCommand seek(double seconds);
     [[nodiscard]] SearchCommand seekTarget();
@@ -65,17 +80,26 @@ private:
     [[nodiscard]] SearchCommand seekLanded(double here, bool atEnd);
     [[nodiscard]] SearchCommand stepLanded(double here, bool atEnd);
     [[nodiscard]] SearchCommand seekBefore();
+    [[nodiscard]] SearchCommand settle();
+    [[nodiscard]] SearchCommand startKnown();
+    [[nodiscard]] SearchCommand seekKnown();
+    [[nodiscard]] SearchCommand stepKnown();
+    [[nodiscard]] SearchCommand knownLanded(double here, bool atEnd);
 
     FilmTimes m_film;
     double m_shown;
     double m_target;
     SeekTo m_goal;
     bool m_paused;
+    std::optional<KnownPicture> m_known;
 
     Phase m_phase = Phase::Seeking;
     double m_demuxerOffset = 0.0;
     std::optional<double> m_lateLanding;
     double m_back = 0.0;      ///< how far before its target the last seek went
-    double m_origin = 0.0;    ///< the picture whose predecessor is looked for
+    double m_origin;          ///< the picture whose predecessor is looked for
     double m_candidate = 0.0; ///< the latest picture seen before it
+    double m_moment;          ///< which the picture must not start after
+    int m_seeks = 0;          ///< to the known picture, so far
+    int m_steps = 0;          ///< to the known picture, so far
 };
