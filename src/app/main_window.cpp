@@ -17,6 +17,7 @@
 #include "util/user_error.h"
 #include "widgets/icons.h"
 #include "widgets/message_box.h"
+#include "widgets/waiting_clipboard.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -574,6 +575,10 @@ bool TForm1::eventFilter(QObject *watched, QEvent *event)
         const auto &key = *static_cast<QKeyEvent *>(event);
         if (key.isAutoRepeat() && (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter))
             return true;
+    }
+    if (waitsForClipboard(watched, *event)) {
+        beep();
+        return true;
     }
     // Text fields claim some of the menu's shortcuts for themselves, such as Ctrl+E for the end of the line.
     if (event->type() == QEvent::ShortcutOverride) {

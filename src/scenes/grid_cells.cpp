@@ -3,11 +3,29 @@
 #include <algorithm>
 #include <utility>
 
+std::size_t byteCount(const GridRow &row, int textCount)
+{
+    std::size_t bytes = sizeof(GridRow);
+    if (row.texts) {
+        for (int i = 0; i < textCount; ++i)
+            bytes += sizeof(QString) + sizeof(QChar) * static_cast<std::size_t>(row.texts[i].size());
+    }
+    return bytes;
+}
+
 GridCells::GridCells(int columnCount) : m_columns(columnCount), m_rows(fewestRows) {}
 
 void GridCells::setRowCount(int count)
 {
     m_rows.resize(static_cast<std::size_t>(std::max(count, fewestRows)));
+}
+
+std::size_t GridCells::byteCount() const
+{
+    std::size_t bytes = 0;
+    for (const GridRow &row : m_rows)
+        bytes += ::byteCount(row, m_columns - 1);
+    return bytes;
 }
 
 bool GridCells::holds(int column, int row) const

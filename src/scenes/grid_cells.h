@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -11,6 +12,9 @@ struct GridRow {
     QString number;
     std::unique_ptr<QString[]> texts;
 };
+
+/// The memory that a row with `textCount` texts takes, in bytes; a text that is shared with others counts in full.
+[[nodiscard]] std::size_t byteCount(const GridRow &row, int textCount);
 
 /// The cells of a string grid: text by column and row. Row 0 holds the headers and column 0 the row numbers; the
 /// data rows are 1 .. RowCount-1, and there is always at least one. A cell never written is empty text.
@@ -26,6 +30,9 @@ public:
 
     /// Rows that are taken away lose their texts, rows that are added are blank; never fewer than `fewestRows`.
     void setRowCount(int count);
+
+    /// The memory that the rows take, in bytes; a text that is shared with others counts in full.
+    [[nodiscard]] std::size_t byteCount() const;
 
     /// Empty text for a cell outside the grid.
     [[nodiscard]] const QString &cell(int column, int row) const;

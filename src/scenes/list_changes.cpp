@@ -14,6 +14,11 @@ GridRow rowHolding(const Scene &scene, int number)
     return row;
 }
 
+std::size_t byteCountOf(const GridRow &row)
+{
+    return byteCount(row, sceneColumnCount - 1);
+}
+
 /// Exchanges a row that stays in its place.
 class RowChange final : public ListChange {
 public:
@@ -21,6 +26,7 @@ public:
 
     void apply(GridCells &list) override { list.exchangeRow(m_row, m_other); }
     void revert(GridCells &list) override { list.exchangeRow(m_row, m_other); }
+    [[nodiscard]] std::size_t byteCount() const override { return byteCountOf(m_other); }
 
 private:
     int m_row;
@@ -33,6 +39,7 @@ public:
 
     void apply(GridCells &list) override { list.putRowBack(list.RowCount(), std::move(m_content)); }
     void revert(GridCells &list) override { m_content = list.takeRow(list.RowCount() - 1); }
+    [[nodiscard]] std::size_t byteCount() const override { return byteCountOf(m_content); }
 
 private:
     GridRow m_content;
@@ -44,6 +51,7 @@ public:
 
     void apply(GridCells &list) override { m_taken = list.takeRow(m_row); }
     void revert(GridCells &list) override { list.putRowBack(m_row, std::move(m_taken)); }
+    [[nodiscard]] std::size_t byteCount() const override { return byteCountOf(m_taken); }
 
 private:
     int m_row;
@@ -56,6 +64,7 @@ public:
 
     void apply(GridCells &list) override { list.exchangeDataRows(m_other); }
     void revert(GridCells &list) override { list.exchangeDataRows(m_other); }
+    [[nodiscard]] std::size_t byteCount() const override { return m_other.byteCount(); }
 
 private:
     GridCells m_other;
@@ -74,6 +83,8 @@ public:
             back[static_cast<std::size_t>(m_order[i] - 1)] = static_cast<int>(i) + 1;
         list.arrangeRows(back);
     }
+
+    [[nodiscard]] std::size_t byteCount() const override { return m_order.size() * sizeof(int); }
 
     [[nodiscard]] int rowAfter(int row) const override
     {

@@ -13,6 +13,9 @@ public:
     virtual void apply(GridCells &list) = 0;
     virtual void revert(GridCells &list) = 0;
 
+    /// The memory that it keeps beside the list at the time, in bytes.
+    [[nodiscard]] virtual std::size_t byteCount() const = 0;
+
     /// The row that is current after `apply` where `row` was: it follows its scene if all scenes stay in the list.
     [[nodiscard]] virtual int rowAfter(int row) const { return row; }
 

@@ -5,27 +5,23 @@
 #include "scenes/string_grid.h"
 
 #include <QScopedValueRollback>
-#include <QUndoCommand>
 
 #include <utility>
 
 /// A change of the list, or none, between two views of the windows.
-class ListStep final : public QUndoCommand {
+class ListStep final {
 public:
     ListStep(ListHistory &history, std::unique_ptr<ListChange> change, ListView before, ListView after)
         : m_history(history), m_change(std::move(change)), m_before(std::move(before)), m_after(std::move(after)),
-          m_dialogToo(m_before.dialog != m_after.dialog)
+          m_dialogToo(m_before.dialog != m_after.dialog), m_byteCount(m_change ? m_change->byteCount() : 0)
     {
     }
 
-    void undo() override { show(&ListChange::revert, m_before); }
+    void undo() { show(&ListChange::revert, m_before); }
+    void redo() { show(&ListChange::apply, m_after); }
 
-    void redo() override
-    {
-        // A step is taken up when it has been made.
-        if (!std::exchange(m_isNew, false))
-            show(&ListChange::apply, m_after);
-    }
+    /// The memory that the change keeps while it is made, in bytes.
+    [[nodiscard]] std::size_t byteCount() const { return m_byteCount; }
 
 private:
     void show(void (ListChange::*direction)(GridCells &), const ListView &view)
@@ -42,16 +38,16 @@ private:
     ListView m_before;
     ListView m_after;
     bool m_dialogToo;
-    bool m_isNew = true;
+    std::size_t m_byteCount;
 };
 
 ListHistory::ListHistory(TStringGrid &grid, TForm2 &dialog, QObject *parent)
     : QObject(parent), m_grid(grid), m_dialog(dialog)
 {
-    constexpr int mostSteps = 100;
-    m_steps.setUndoLimit(mostSteps);
     connect(&grid, &TStringGrid::RowChanged, this, &ListHistory::followRow);
 }
+
+ListHistory::~ListHistory() = default;
 
 int ListHistory::add(const Scene &scene)
 {
@@ -117,13 +113,15 @@ void ListHistory::changeDialog(const std::function<void()> &operation)
 void ListHistory::undo()
 {
     keepChangedText();
-    m_steps.undo();
+    if (m_made > 0)
+        m_steps[--m_made]->undo();
 }
 
 void ListHistory::redo()
 {
     keepChangedText();
-    m_steps.redo();
+    if (m_made < m_steps.size())
+        m_steps[m_made++]->redo();
 }
 
 void ListHistory::setFilm(const QString &film)
@@ -148,9 +146,28 @@ void ListHistory::perform(std::unique_ptr<ListChange> change, const std::functio
 void ListHistory::record(std::unique_ptr<ListChange> change, const ListView &before)
 {
     ListView after = view();
-    if (change || before.dialog != after.dialog)
-        m_steps.push(new ListStep(*this, std::move(change), before, std::move(after)));
+    if (change || before.dialog != after.dialog) {
+        m_steps.resize(m_made);
+        m_steps.push_back(std::make_unique<ListStep>(*this, std::move(change), before, std::move(after)));
+        forgetOldSteps();
+        m_made = m_steps.size();
+    }
     Q_EMIT Changed();
+}
+
+void ListHistory::forgetOldSteps()
+{
+    constexpr std::size_t mostSteps = 100;
+    constexpr std::size_t mostBytes = 512 * 1024 * 1024;
+    std::size_t bytes = 0;
+    std::size_t kept = 0;
+    // The newest can be taken back whatever it keeps.
+    for (auto step = m_steps.rbegin(); step != m_steps.rend() && kept < mostSteps; ++step, ++kept) {
+        bytes += (*step)->byteCount();
+        if (kept > 0 && bytes > mostBytes)
+            break;
+    }
+    m_steps.erase(m_steps.begin(), m_steps.end() - static_cast<std::ptrdiff_t>(kept));
 }
 
 void ListHistory::showStep(const std::function<void(GridCells &)> &operation, const ListView &view, bool withDialog)

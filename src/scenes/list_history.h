@@ -5,12 +5,14 @@
 
 #include <QObject>
 #include <QString>
-#include <QUndoStack>
 
+#include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 
+class ListStep;
 class TForm2;
 class TStringGrid;
 
@@ -24,8 +26,8 @@ struct ListView {
 };
 
 /// The scene list with its past: every change of the grid's cells goes through here, is kept as a step of what it
-/// changed, and can be taken back and made again, a hundred steps far. A step brings back the current row and the
-/// dialog too.
+/// changed, and can be taken back and made again, a hundred steps far; the oldest steps go earlier where together they
+/// keep more memory than is fair. A step brings back the current row and the dialog too.
 ///
 /// A dialog that overwrites always shows the current row: whatever makes another row current, or changes what is in
 /// it, fills the dialog anew. A text in the dialog that the user has changed and not given to the list becomes a step
@@ -36,6 +38,7 @@ class ListHistory final : public QObject {
 public:
     /// Grid and dialog must live as long as the history does.
     ListHistory(TStringGrid &grid, TForm2 &dialog, QObject *parent);
+    ~ListHistory() override;
 
     /// Adds the dialog's scene; its row.
     int add(const Scene &scene);
@@ -70,6 +73,7 @@ private:
 
     void perform(std::unique_ptr<ListChange> change, const std::function<void()> &settle);
     void record(std::unique_ptr<ListChange> change, const ListView &before);
+    void forgetOldSteps();
     void showStep(const std::function<void(GridCells &)> &operation, const ListView &view, bool withDialog);
     void followRow();
     void showCurrentRow();
@@ -78,7 +82,10 @@ private:
 
     TStringGrid &m_grid;
     TForm2 &m_dialog;
-    QUndoStack m_steps;
+    /// The steps, the oldest first; those from `m_made` on are taken back. The framework's own stack bounds their
+    /// number only.
+    std::deque<std::unique_ptr<ListStep>> m_steps;
+    std::size_t m_made = 0;
     QString m_film;
     /// The row that was current last.
     int m_row = 1;

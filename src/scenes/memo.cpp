@@ -1,7 +1,7 @@
 #include "scenes/memo.h"
 
-#include "platform/clipboard.h"
 #include "scenes/type_list.h"
+#include "widgets/waiting_clipboard.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -13,12 +13,9 @@ void TMemo::setText(const QString &text)
 
 void TMemo::pasteOverAll()
 {
-    const QClipboard *clipboard = QGuiApplication::clipboard();
-    // The framework waits for its owner for a quarter of a minute, during which the window would stand still.
-    const bool asked = QGuiApplication::platformName() == QLatin1String("xcb") && !clipboard->ownsClipboard();
-    if (asked && !clipboardAnswers())
+    if (clipboardHangs())
         return;
-    const QString text = clipboard->text();
+    const QString text = QGuiApplication::clipboard()->text();
     if (!text.isEmpty())
         setText(text);
 }

@@ -9,8 +9,7 @@ public:
     void setText(const QString &text);
     void setLines(const QStringList &newLines) { m_lines = newLines; }
 
-    /// Replaces the whole text by the clipboard's; a clipboard without text, or whose owner does not
-    /// answer, leaves it as it is.
+    /// Replaces the whole text by the clipboard's; a clipboard without text, or that hangs, leaves it as it is.
     void pasteOverAll();
 
     [[nodiscard]] const QStringList &Lines() const { return m_lines; }

@@ -484,6 +484,30 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
     for (int i = 0; i < 130; ++i)
         list->history->undo();
     QCOMPARE(m_grid->RowCount(), 31);
+
+    // Fewer where they keep much memory, but one at the least. The rows share their text, so that the test keeps little.
+    const QString megabytes = QString(1'000'000, 'x');
+    const auto replaceBy = [&](int rows, int number) {
+        GridCells cells(sceneColumnCount);
+        cells.setRowCount(rows + 1);
+        for (int row = 1; row <= rows; ++row)
+            for (int column = PositionColumn; column < sceneColumnCount; ++column)
+                cells.setCell(column, row, megabytes);
+        cells.setCell(NumberColumn, 1, QString::number(number));
+        list->history->replace(std::move(cells), {});
+    };
+    const auto undoAll = [&] {
+        for (int i = 0; i < 10; ++i)
+            list->history->undo();
+        return m_grid->cell(NumberColumn, 1);
+    };
+    dialog->describeNewScene("1");
+    for (int number = 101; number <= 105; ++number)
+        replaceBy(10, number);
+    QCOMPARE(undoAll(), QString("103"));
+    replaceBy(50, 106);
+    list->N12Click();
+    QCOMPARE(undoAll(), QString("106"));
 }
 
 void SceneListWindowTest::typingIsTakenBackFirst()
