@@ -5,11 +5,15 @@
 
 std::size_t byteCount(const GridRow &row, int textCount)
 {
-    std::size_t bytes = sizeof(GridRow);
-    if (row.texts) {
-        for (int i = 0; i < textCount; ++i)
-            bytes += sizeof(QString) + sizeof(QChar) * static_cast<std::size_t>(row.texts[i].size());
-    }
+    // What the framework and the system's memory keep beside the characters of a text.
+    constexpr std::size_t besideText = 32;
+    const auto bytesOf = [](const QString &text) {
+        const auto length = static_cast<std::size_t>(text.size());
+        return sizeof(QString) + (length == 0 ? 0 : besideText + sizeof(QChar) * length);
+    };
+    std::size_t bytes = sizeof(row.texts) + bytesOf(row.number);
+    for (int i = 0; row.texts && i < textCount; ++i)
+        bytes += bytesOf(row.texts[i]);
     return bytes;
 }
 

@@ -220,11 +220,13 @@ void TForm3::Save1Click()
     }
     const BusyPointer busy;
     const QString fileName = scenesFileOf(VideoPath);
+    const QString foreign = keepForeignList(fileName);
     saveList(StringGrid1->cells(), fileName);
     history->setFilm(VideoPath);
     noteSaved(fileName);
     const QString lost = firstLostText(StringGrid1->cells());
-    showFact(lost.isEmpty() ? QStringLiteral("Список сохранён") : lost);
+    const QString done = foreign.isEmpty() ? QStringLiteral("Список сохранён") : foreign;
+    showFact(lost.isEmpty() ? done : lost);
 }
 
 void TForm3::Open1Click()
@@ -351,9 +353,30 @@ void TForm3::showFact(const QString &fact)
     m_status.showFact(fact);
 }
 
+QString TForm3::keepForeignList(const QString &fileName)
+{
+    const QFileInfo found(fileName);
+    const bool known =
+        found == m_file && found.lastModified() == m_file.lastModified() && found.size() == m_file.size();
+    if (known || !found.isFile())
+        return {};
+    const QString told = QStringLiteral("Чужие изменения файла заменены");
+    GridCells rows(sceneColumnCount);
+    try {
+        fillList(rows, *Loadscenes(fileName), fileName, GridCells(sceneColumnCount));
+    } catch (const UserError &) {
+        return told;
+    }
+    history->replace(std::move(rows), VideoPath);
+    history->undo();
+    return told + QStringLiteral(", вернуть: Ctrl+Shift+Z");
+}
+
 void TForm3::noteSaved(const QString &fileName)
 {
-    const QString time = QFileInfo(fileName).lastModified().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
+    m_file = QFileInfo(fileName);
+    m_file.stat();
+    const QString time = m_file.lastModified().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
     m_saved = QStringLiteral("Сохранён %1: %2").arg(time, QDir::toNativeSeparators(fileName));
     showState();
 }

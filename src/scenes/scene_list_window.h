@@ -5,6 +5,7 @@
 #include "scenes/scenes_binding.h"
 #include "scenes/string_grid.h"
 
+#include <QFileInfo>
 #include <QWidget>
 
 class FindBar;
@@ -26,8 +27,9 @@ public:
 
     // Handlers, named after control and event.
 
-    /// Writes the list to the scenes file of the current video; while no video is open the status bar says so. Throws UserError if
-    /// that fails; file and list are what they were then.
+    /// Writes the list to the scenes file of the current video; while no video is open the status bar says so. What
+    /// another program has written there meanwhile can be brought back with `redo`. Throws UserError if that fails;
+    /// file and list are what they were then.
     void Save1Click();
 
     /// `openListOf` the current film.
@@ -93,6 +95,9 @@ private:
     void buildKeys();
     void goStep(void (ListHistory::*step)());
     void noteSaved(const QString &fileName);
+    /// Makes what another program has written to the scenes file since the list was read or saved a step that can be
+    /// made again; the list stays. What has become of it, for the user; empty if the file is as this program left it.
+    [[nodiscard]] QString keepForeignList(const QString &fileName);
     void find();
     void showState();
     /// How things stand, for the status bar.
@@ -105,6 +110,8 @@ private:
     PlayingScene m_playing;
     /// When the list was saved last, and in which file.
     QString m_saved;
+    /// That file as it was then.
+    QFileInfo m_file;
     QMenu *m_rowMenu;
     bool m_placed = false;
 };

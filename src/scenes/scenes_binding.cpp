@@ -144,7 +144,9 @@ void TXMLDocument::LoadFromXML(const QByteArray &xml, const QString &fileName)
         QString reason = QStringLiteral("строка %1, позиция %2: %3")
                              .arg(QString::number(reader.lineNumber()), QString::number(reader.columnNumber()),
                                   reader.errorString().replace(QChar::Null, QChar::ReplacementCharacter));
-        if (reader.error() == QXmlStreamReader::NotWellFormedError) {
+        if (!xml.isValidUtf8() || xml.contains('\0')) {
+            reason += QStringLiteral("\n\nФайл повреждён или записан в другой кодировке, чем в нём сказано.");
+        } else if (reader.error() == QXmlStreamReader::NotWellFormedError) {
             reason += QStringLiteral("\n\nЧаще всего мешают знаки «&» и «<» в тексте сцены: замените их в файле "
                                      "текстовым редактором и откройте видео снова.");
         }

@@ -271,6 +271,20 @@ void SceneListWindowTest::theListIsSavedBesideTheVideoAndReadBack()
     m_windows->list->Open1->trigger();
     QCOMPARE(m_windows->rows(), QStringList({"1||||||1||||||", "2|0.5|||||2||||||"}));
 
+    m_windows->list->Save1Click();
+    const QByteArray own = m_windows->content(longest + ".scenes");
+
+    // What another program has written meanwhile is replaced, but not lost.
+    m_windows->write(longest + ".scenes", "<scenes><scene><title>foreign</title></scene></scenes>");
+    m_windows->list->Save1Click();
+    QVERIFY(told("Fact").contains("Ctrl+Shift+Z") && m_windows->content(longest + ".scenes") == own);
+    m_windows->list->Redo->trigger();
+    QCOMPARE(m_windows->rows(), QStringList{"1||||||foreign||||||"});
+    m_windows->list->Undo->trigger();
+    m_windows->write(longest + ".scenes", "no list");
+    m_windows->list->Save1Click();
+    QVERIFY(told("Fact").contains("заменены") && m_windows->content(longest + ".scenes") == own);
+
     // A video without a list leaves the rows, which are saved under its name then.
     m_windows->openVideo("other.avi");
     m_windows->list->Open1Click();
