@@ -156,16 +156,31 @@ std::error_code readWholeFile(const std::filesystem::path &file, std::string &by
     return {};
 }
 
+namespace {
+
+/// The file that symbolic links lead to, also one that is not there.
+std::filesystem::path behindLinks(const std::filesystem::path &file)
+{
+    std::error_code unresolved;
+    std::filesystem::path target = std::filesystem::canonical(file, unresolved);
+    if (!unresolved)
+        return target;
+    target = file;
+    constexpr int mostLinks = 40;
+    for (int links = 0; links < mostLinks && std::filesystem::is_symlink(target, unresolved); ++links)
+        target = target.parent_path() / std::filesystem::read_symlink(target, unresolved);
+    return target;
+}
+
+} // namespace
+
 std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::path &file, std::error_code &error)
 {
     const auto refused = [&error](const std::error_code &reason) {
         error = reason;
         return nullptr;
     };
-    std::error_code unresolved;
-    std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-    if (unresolved)
-        target = file;
+    const std::filesystem::path target = behindLinks(file);
 
     struct stat old = {};
     const bool exists = ::stat(target.c_str(), &old) == 0;

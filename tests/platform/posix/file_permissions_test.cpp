@@ -27,6 +27,11 @@ private Q_SLOTS:
         QVERIFY(QFile::link("real", path("link")));
         write("link", "new");
         QCOMPARE(QFile::symLinkTarget(path("link")), path("real"));
+        // What a link leads to may be gone for the moment, such as a disk that is not there.
+        QVERIFY(QFile::link("new", path("dangling")) && QFile::link("nowhere/file", path("lost")));
+        QVERIFY(!replaceWholeFile(native("dangling"), "new") && QFile::exists(path("new")));
+        QCOMPARE(replaceWholeFile(native("lost"), "new"), std::errc::no_such_file_or_directory);
+        QCOMPARE(QFile::symLinkTarget(path("lost")), path("nowhere/file"));
         QCOMPARE(content("real"), "new");
         QCOMPARE(permissions("real"), mode_t(0640));
 
