@@ -20,8 +20,3 @@ int pictureNumber(Direction direction)
 {
     return 5 + direction.right + 3 * direction.down;
 }
-
-Direction pictureDirection(int number)
-{
-    return {(number - 1) % 3 - 1, (number - 1) / 3 - 1};
-}

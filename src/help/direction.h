@@ -17,6 +17,3 @@ struct Direction {
 /// The number of the picture that looks into `direction`: 1 to 3 upwards, 4 to 6 level, 7 to 9 downwards, each three
 /// from left to right.
 [[nodiscard]] int pictureNumber(Direction direction);
-
-/// The direction that picture `number`, 1 to 9, looks into.
-[[nodiscard]] Direction pictureDirection(int number);

@@ -1,28 +1,20 @@
 #include "help/picture.h"
 
-#include "help/direction.h"
-
 #include <array>
 
 namespace {
 
-QString spokenDirection(Direction direction)
-{
-    const std::array vertical{QStringLiteral("вверх"), QString(), QStringLiteral("вниз")};
-    const std::array horizontal{QStringLiteral("влево"), QString(), QStringLiteral("вправо")};
-    const QString down = vertical.at(static_cast<std::size_t>(direction.down + 1));
-    const QString right = horizontal.at(static_cast<std::size_t>(direction.right + 1));
-    if (down.isEmpty() && right.isEmpty())
-        return QStringLiteral("прямо");
-    return down.isEmpty() || right.isEmpty() ? down + right : down + QStringLiteral(" и ") + right;
-}
+/// Where pictures 1 to 9 look.
+constexpr std::array directions{u"вверх и влево", u"вверх",        u"вверх и вправо", u"влево",        u"прямо",
+                                u"вправо",        u"вниз и влево", u"вниз",           u"вниз и вправо"};
 
 } // namespace
 
 TImage::TImage(int number, QWidget *parent) : QLabel(parent), m_number(number)
 {
     setObjectName(QStringLiteral("Image%1").arg(number));
-    setAccessibleName(QStringLiteral("Телёнок смотрит ") + spokenDirection(pictureDirection(number)));
+    setAccessibleName(QStringLiteral("Телёнок смотрит ")
+                      + QStringView(directions.at(static_cast<std::size_t>(number) - 1)));
     setScaledContents(true);
     hide();
 }

@@ -8,7 +8,7 @@ class TImage final : public QLabel {
     Q_OBJECT
 
 public:
-    /// Picture `number`, 1 to 9 (see `pictureDirection`), hidden.
+    /// Picture `number`, 1 to 9 (see `pictureNumber`), hidden.
     TImage(int number, QWidget *parent);
 
 protected:

@@ -50,7 +50,7 @@ private Q_SLOTS:
             return side == 0 ? std::abs(distance) < 4 : distance * side >= least;
         };
         for (int number = 1; number <= 9; ++number) {
-            const Direction direction = pictureDirection(number);
+            const Direction direction{(number - 1) % 3 - 1, (number - 1) / 3 - 1};
             QCOMPARE(pictureNumber(direction), number);
             const QImage picture = pictureOf(number);
             // What one can see: a tenth of the picture to the side, a twentieth up and down.
