@@ -14,7 +14,7 @@ TImage::TImage(int number, QWidget *parent) : QLabel(parent), m_number(number)
 {
     setObjectName(QStringLiteral("Image%1").arg(number));
     setAccessibleName(QStringLiteral("Телёнок смотрит ")
-                      + QStringView(directions.at(static_cast<std::size_t>(number) - 1)));
+                      + QString::fromUtf16(directions.at(static_cast<std::size_t>(number) - 1)));
     setScaledContents(true);
     hide();
 }

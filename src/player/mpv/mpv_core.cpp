@@ -111,7 +111,7 @@ bool MpvCore::flag(const char *property) const
 QByteArray MpvCore::string(const char *property) const
 {
     char *value = mpv_get_property_string(m_handle.get(), property);
-    const QByteArray text(value);
+    QByteArray text(value);
     mpv_free(value);
     return text;
 }
