@@ -64,7 +64,7 @@ int main(int argc, char *argv[])
     std::setlocale(LC_NUMERIC, "C");
     const QString film = benchFilm();
 
-    EnginePlayer player(makeBenchGraphSystem);
+    EnginePlayer player(makeBenchGraphSystem, QSize(benchPictureWidth, benchPictureHeight));
     player.openPaused(film);
     SetVideoRect(benchPictureWidth, benchPictureHeight);
     BarePlayer bare(film.toUtf8().constData(), benchPictureWidth, benchPictureHeight);
