@@ -191,11 +191,17 @@ void TForm3::showEvent(QShowEvent *event)
         return;
     // The frame is not known before the window is on the screen.
     constexpr QMargins usualFrame(4, 32, 4, 4);
-    const QRect picture = parentWidget()->frameGeometry();
+    QRect picture = parentWidget()->frameGeometry();
     const QRect available = parentWidget()->screen()->availableGeometry();
     resize(size().boundedTo(available.marginsRemoved(usualFrame).size()));
     QRect frame = QRect(QPoint(), size()).marginsAdded(usualFrame);
     frame.moveCenter(picture.center());
+    const bool moves = !placedClearOf(picture, frame, available) && !parentWidget()->isMaximized();
+    if (const int left = available.width() - picture.width() - frame.width(); moves && left >= 0) {
+        // There is room for both once the main window leaves the middle.
+        picture.moveLeft(available.left() + left / 2);
+        parentWidget()->move(picture.topLeft());
+    }
     if (const auto place = placedClearOf(picture, frame, available))
         move(place->topLeft());
 }
