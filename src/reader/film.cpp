@@ -65,6 +65,8 @@ std::int64_t Film::timeOf(std::int64_t index) const
 bool Film::read(std::int64_t index, std::span<std::byte> pixels, const Interrupted &interrupted)
 {
     const std::size_t size = pictureBytes();
+    if (size == 0)
+        return false;
     const auto count = static_cast<std::int64_t>(pixels.size() / size);
     index = std::clamp(index, std::int64_t(0), lastIndex);
     expectAfter(index, count);
