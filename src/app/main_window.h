@@ -24,14 +24,14 @@ class QSlider;
 class QTimer;
 class TProgressBar;
 
-/// The main window: the video, the transport controls, the status bar and the main menu, from which every other
+/// The main window: the film, the transport controls, the status bar and the main menu, from which every other
 /// window is reached. It is what the playback engine shows itself through. Its constructor makes it `Form1` and
 /// sets `CurPath`.
 class TForm1 final : public QMainWindow, private PlayerDisplay {
     Q_OBJECT
 
 public:
-    /// Plays through the graph system that `makeGraphSystem` gives for the video panel.
+    /// Plays through the graph system that `makeGraphSystem` gives for the film's panel.
     explicit TForm1(std::unique_ptr<GraphSystem> (*makeGraphSystem)(QWidget *panel) = createGraphSystem);
     ~TForm1() override;
 
@@ -107,7 +107,7 @@ public:
 
     /// Shows position, frame, volume and rate and lets the picture follow the panel.
     void Timer1Timer();
-    /// Fits the window's height to the video once.
+    /// Fits the window's height to the film once.
     void Timer2Timer();
 
 protected:
@@ -142,7 +142,7 @@ private:
 /// The main window; null before it is created and after it has ended.
 extern TForm1 *Form1;
 
-/// True once a video was opened from the menu.
+/// True once a film was opened from the menu.
 extern bool INITIALIZED;
 
 /// The position text of the last display tick.

@@ -26,7 +26,7 @@ public:
     [[nodiscard]] const AVStream &stream() const { return *m_stream; }
     /// For the decoder of what `read` returns.
     [[nodiscard]] const AVCodecParameters &parameters() const;
-    /// Frames per second: the stream's average rate, else the rate its times suggest, else 25.
+    /// Pictures per second: the stream's average rate, else the rate its times suggest, else 25.
     [[nodiscard]] AVRational frameRate() const;
     /// Duration of the pictures in the stream's time base; 0 if it is not known.
     [[nodiscard]] std::int64_t duration() const;

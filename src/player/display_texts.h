@@ -12,6 +12,6 @@
 /// second as 60, and an hour its sixtieth minute.
 [[nodiscard]] QString GetTimeForMovie(std::int32_t seconds);
 
-/// The size and frame rate of a video for the status bar: width "x" height "@" and the first seven characters of
-/// the rate; a video without a picture says so.
+/// The size and frame rate of a film for the status bar: width "x" height "@" and the first seven characters of
+/// the rate; a film without a picture says so.
 [[nodiscard]] QString videoInformation(std::int32_t width, std::int32_t height, double framesPerSecond);

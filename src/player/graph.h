@@ -96,7 +96,7 @@ private:
     std::optional<MediaTime> m_asked; ///< the time of a seek that has not settled
 };
 
-/// What the video's picture is like.
+/// What the film's picture is like.
 class BasicVideo {
 public:
     virtual ~BasicVideo() = default;

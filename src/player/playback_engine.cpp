@@ -144,7 +144,7 @@ void Open(const QString &filePath)
 
     srcWidth = pBasVid->sourceWidth();
     srcHeight = pBasVid->sourceHeight();
-    // A stream without frames is stepped through at the rate that holds before any video.
+    // A stream without pictures is stepped through at the rate that holds before any film.
     constexpr double defaultFrameRate = 25.0;
     const double averageTimePerFrame = pBasVid->averageTimePerFrame();
     fps =

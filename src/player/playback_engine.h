@@ -17,7 +17,7 @@ public:
 
     /// A modal message box with `text`.
     virtual void showMessage(const QString &text) = 0;
-    /// The widget that the video is drawn into, for as long as the program runs.
+    /// The widget that the film is drawn into, for as long as the program runs.
     [[nodiscard]] virtual QWidget *videoPanel() = 0;
     /// The speed track bar stands in its middle from now on, without asking for a rate, and the rate is 1.
     virtual void showNormalRate() = 0;
@@ -27,7 +27,7 @@ public:
     virtual void showPlaying(bool playing) = 0;
     /// The level (0 to 0xFFFF) that the volume track bar stands at.
     [[nodiscard]] virtual std::uint16_t volumeBarLevel() = 0;
-    /// Restarts the timer that fits the window to the video.
+    /// Restarts the timer that fits the window to the film.
     virtual void restartFitting() = 0;
 };
 
@@ -49,10 +49,10 @@ void Teardown();
 void Play();
 void Pause();
 
-/// The position (100 ns); 0 while no video is open.
+/// The position (100 ns); 0 while no film is open.
 [[nodiscard]] MediaTime GetPosition();
 
-/// Seeks to `position` (100 ns, absolute), leaving the stop position alone. Nothing happens while no video is
+/// Seeks to `position` (100 ns, absolute), leaving the stop position alone. Nothing happens while no film is
 /// open. `picture` tells a frame step from other seeks.
 void SetPosition(MediaTime position, SeekTo picture = SeekTo::Time);
 
@@ -70,7 +70,7 @@ void SetRate(double rate);
 /// The level (0 to 0xFFFF) of the program's sound, which others may change.
 [[nodiscard]] std::uint16_t GetVolume();
 
-/// Sets the level of both channels, whether or not a video is open.
+/// Sets the level of both channels, whether or not a film is open.
 void SetVolume(std::uint16_t level);
 
 /// Places the picture at (0, 0) of the panel with this size (logical pixels).

@@ -17,7 +17,7 @@
 /// A wave-output level in whole percent.
 [[nodiscard]] int levelPercent(std::uint16_t level);
 
-/// By how many pixels a panel `panelWidth` x `panelHeight` must grow in height to take the video's proportions;
+/// By how many pixels a panel `panelWidth` x `panelHeight` must grow in height to take the film's proportions;
 /// 0 without a picture.
 [[nodiscard]] int fittingHeightChange(int panelWidth, int panelHeight, std::int32_t videoWidth,
                                       std::int32_t videoHeight);

@@ -29,7 +29,7 @@ public:
 
     /// Number of pictures, as far as the container tells; 0 if it does not.
     [[nodiscard]] std::int64_t frameCount() const { return m_frameCount; }
-    /// Frames per second: to the last bit what the player makes of the average time per picture.
+    /// Pictures per second: to the last bit what the player makes of the average time per picture.
     [[nodiscard]] double frameRate() const { return m_frameRate; }
 
     /// Paints the pictures from `index` on into `pixels`, as many as it holds: rows from the top down, 3 bytes a pixel

@@ -26,10 +26,10 @@ enum SceneColumn : int {
     sceneColumnCount,
 };
 
-/// One marked stretch of a video with its description. All is text as the user typed it or the player wrote it;
+/// One marked stretch of a film with its description. All is text as the user typed it or the player wrote it;
 /// nothing checks or reformats it on the way into the list and out of it.
 struct Scene {
-    /// Seconds from the beginning of the video, and seconds, both with "." as the decimal point.
+    /// Seconds from the beginning of the film, and seconds, both with "." as the decimal point.
     QString position;
     QString length;
     /// The three levels of the scene type list; the lower two may be empty.

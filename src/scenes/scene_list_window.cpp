@@ -260,7 +260,7 @@ void TForm3::openListOf(const QString &filmPath)
     try {
         fillList(rows, *Getscenes(XMLDocument1), fileName, StringGrid1->cells());
     } catch (const PartlyReadError &) {
-        // The list belongs to no video now, neither whole to this one nor to the one before: without an open video
+        // The list belongs to no film now, neither whole to this one nor to the one before: without an open film
         // it cannot replace the file of either.
         history->replace(std::move(rows), {});
         Teardown();

@@ -27,7 +27,7 @@ public:
 
     // Handlers, named after control and event.
 
-    /// Writes the list to the scenes file of the current video; while no video is open the status bar says so. What
+    /// Writes the list to the scenes file of the current film; while no film is open the status bar says so. What
     /// another program has written there meanwhile can be brought back with `redo`. Throws UserError if that fails;
     /// file and list are what they were then.
     void Save1Click();
@@ -44,7 +44,7 @@ public:
 
     /// Opens the current row in the scene dialog, for editing.
     void StringGrid1Click();
-    /// Seeks the video to the start of the current row's scene; nothing while no video is open.
+    /// Seeks the film to the start of the current row's scene; nothing while no film is open.
     void StringGrid1DblClick();
 
     /// Reads the list from the scenes file of the film at `filmPath`; a missing file leaves the list as it is. Throws

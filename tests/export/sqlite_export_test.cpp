@@ -59,7 +59,7 @@ public:
         return answer(database(), "select " + columns + " from scenes order by id");
     }
     [[nodiscard]] QString fact() const { return windows.list->StatusBar1->findChild<QLabel *>("Fact")->text(); }
-    /// The files beside the video that begin like its database.
+    /// The files beside the film that begin like its database.
     [[nodiscard]] QStringList databaseFiles() const { return filesIn("").filter("film.avi.db"); }
 };
 

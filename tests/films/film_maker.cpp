@@ -21,7 +21,7 @@ const QStringList aac = {"-c:a", "aac", "-b:a", "64k"};
 const QStringList mp2 = {"-c:a", "mp2", "-b:a", "128k"};
 const QStringList mpeg2 = {"-c:v", "mpeg2video", "-q:v", "4", "-g", "15", "-bf", "2"};
 
-// A phone's clock: 30 frames per second with an uneven hand, then a stretch at 50, one at 17, and 30 again.
+// A phone's clock: 30 pictures per second with an uneven hand, then a stretch at 50, one at 17, and 30 again.
 const QString unevenTimes = "settb=1/90000,setpts='("
                             "if(lt(N,140),N*3000+700*sin(N*1.7),"
                             "if(lt(N,240),420000+(N-140)*1800,"

@@ -1,5 +1,5 @@
 // paint_film WIDTH HEIGHT FRAMES RATE: writes a film to the standard output as YUV4MPEG2, for ffmpeg to encode.
-// RATE is a fraction of frames per second ("30000/1001") or a whole number. Frame N (from 0) carries its number
+// RATE is a fraction of pictures per second ("30000/1001") or a whole number. Frame N (from 0) carries its number
 // twice: as cells for paintedFrameNumber() and as digits for a person. Below them something moves.
 
 #include "film_pattern.h"

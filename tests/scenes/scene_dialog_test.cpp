@@ -122,7 +122,7 @@ void SceneDialogTest::aPressAddsARow()
     m_dialog->describeNewScene("12.34");
     m_dialog->ListBox1->choose("Диалог");
     press(m_dialog->BitBtn1);
-    // Without a video nothing happens.
+    // Without a film nothing happens.
     QCOMPARE(m_windows->messages, QStringList());
     QVERIFY(!m_windows->list->isVisible());
     m_windows->openVideo();

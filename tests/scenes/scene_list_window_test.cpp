@@ -253,7 +253,7 @@ void SceneListWindowTest::theListIsSavedBesideTheVideoAndReadBack()
     // As long as a name can be with the ending of the scenes file.
     const QString start = "-фильм #1% 🎬";
     const QString longest = start + QString(244 - static_cast<int>(start.toUtf8().size()), 'x') + ".avi";
-    // Without a video nothing is saved and nothing read.
+    // Without a film nothing is saved and nothing read.
     VideoPath = m_windows->path(longest);
     m_windows->list->Save1Click();
     QVERIFY(!QFile::exists(VideoPath + ".scenes"));
@@ -285,7 +285,7 @@ void SceneListWindowTest::theListIsSavedBesideTheVideoAndReadBack()
     m_windows->list->Save1Click();
     QVERIFY(told("Fact").contains("заменены") && m_windows->content(longest + ".scenes") == own);
 
-    // A video without a list leaves the rows, which are saved under its name then.
+    // A film without a list leaves the rows, which are saved under its name then.
     m_windows->openVideo("other.avi");
     m_windows->list->Open1Click();
     m_windows->list->Save1Click();

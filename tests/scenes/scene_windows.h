@@ -12,7 +12,7 @@
 
 #include <memory>
 
-/// The two scene windows under a main window, with a type list of their own and a video that can be opened on a fake
+/// The two scene windows under a main window, with a type list of their own and a film that can be opened on a fake
 /// media library. Message boxes are written down, not shown.
 class SceneWindows final : private QuietDisplay {
 public:
@@ -20,7 +20,7 @@ public:
     explicit SceneWindows(const QByteArray &typeList);
     ~SceneWindows() override;
 
-    /// Opens a video named `name` in the folder.
+    /// Opens a film named `name` in the folder.
     void openVideo(const QString &name = QStringLiteral("film.avi"));
 
     [[nodiscard]] QString path(const QString &name) const { return folder.filePath(name); }

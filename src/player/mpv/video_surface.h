@@ -11,7 +11,7 @@
 
 class QWidget;
 
-/// The widget a player core draws into, inside the video panel. It outlives the cores: one at a time is attached.
+/// The widget a player core draws into, inside the film's panel. It outlives the cores: one at a time is attached.
 class VideoSurface : public QObject {
     Q_OBJECT
 
