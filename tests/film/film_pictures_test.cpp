@@ -20,8 +20,6 @@ enum class Known { Yes, No };
 
 struct TriedFilm {
     FilmSpec made;
-    double copiedFrom = 0.0; ///< if not 0, the film is a copy of it from these seconds on
-    qint64 cutBytes = 0;     ///< bytes cut off the film's beginning
     Known known = Known::Yes;
     bool isEdited = false; ///< an edit list leaves pictures out
     int wrongAtBegin = 0;  ///< pictures that the ffmpeg programs make up before the film's first key picture
@@ -69,23 +67,23 @@ std::vector<TriedFilm> triedFilms()
         {spec("h264_open.ts", h264Open)},
         {spec("h264_late.ts", h264Open, "-output_ts_offset 95000")},
         {spec("h264_refresh.ts", x264 + "keyint=30:intra-refresh=1:bframes=0")},
-        {.made = spec("cut_h264.ts", h264Open, {}, tone), .cutBytes = 188 * 200},
+        {cut(spec("cut_h264.ts", h264Open, {}, tone), 188 * 200)},
         {spec("hevc_50.ts", hevc, {}, tone)},
         {spec("hevc_open.ts", hevcOpen)},
-        {.made = spec("cut_hevc.ts", hevcOpen), .cutBytes = 188 * 100, .wrongAtBegin = 60},
+        {.made = cut(spec("cut_hevc.ts", hevcOpen), 188 * 100), .wrongAtBegin = 60},
         {spec("mpeg2.ts", mpeg2, {}, tone)},
-        {.made = spec("cut_mpeg2.ts", mpeg2), .cutBytes = 188 * 60},
+        {cut(spec("cut_mpeg2.ts", mpeg2), 188 * 60)},
         {spec("mpeg2.mpg", mpeg2, "-f vob", tone)},
         {spec("mpeg2_late.vob", mpeg2, "-output_ts_offset 700", tone)},
-        {.made = spec("cut_mpeg2.mpg", mpeg2, "-f vob"), .cutBytes = 2048 * 31},
+        {cut(spec("cut_mpeg2.mpg", mpeg2, "-f vob"), 2048 * 31)},
         {spec("h264.mp4", h264, {}, "-c:a aac")},
-        {.made = spec("cut.mp4", h264, {}, "-c:a aac"), .copiedFrom = 10.3, .isEdited = true},
-        {.made = spec("cut_open.mp4", h264Open), .copiedFrom = 10.3, .isEdited = true},
-        {.made = spec("cut.mov", hevcOpen), .copiedFrom = 7.77, .isEdited = true},
+        {.made = copied(spec("cut.mp4", h264, {}, "-c:a aac"), 10.3), .isEdited = true},
+        {.made = copied(spec("cut_open.mp4", h264Open), 10.3), .isEdited = true},
+        {.made = copied(spec("cut.mov", hevcOpen), 7.77), .isEdited = true},
         {spec("h264_late.mp4", h264, "-output_ts_offset 5.5")},
         {spec("h264_fragments.mp4", h264, "-movflags frag_keyframe+empty_moov")},
         {spec("h264.mkv", h264, {}, "-c:a aac")},
-        {.made = spec("cut.mkv", h264Open), .copiedFrom = 10.3},
+        {copied(spec("cut.mkv", h264Open), 10.3)},
         {uneven("uneven.mkv", h264)},
         {uneven("uneven.mp4", h264)},
         {spec("hevc.mkv", hevcOpen)},
@@ -102,25 +100,6 @@ std::vector<TriedFilm> triedFilms()
         {.made = spec("h264_b.avi", h264), .known = Known::No},
         {.made = spec("bare.h264", h264), .known = Known::No},
     };
-}
-
-QString makeTriedFilm(const TriedFilm &film)
-{
-    const QString made = makeFilm(film.made);
-    const QString changed = QFileInfo(made).path() + "/changed_" + film.made.file;
-    if (film.copiedFrom > 0.0) {
-        (void)outputOf("ffmpeg", {"-nostdin", "-y", "-v", "error", "-ss", QString::number(film.copiedFrom), "-i", made,
-                                  "-c", "copy", changed});
-        return changed;
-    }
-    if (film.cutBytes == 0)
-        return made;
-    QFile whole(made);
-    QFile cut(changed);
-    if (!whole.open(QIODevice::ReadOnly) || !whole.seek(film.cutBytes) || !cut.open(QIODevice::WriteOnly)
-        || cut.write(whole.readAll()) <= 0)
-        throw std::runtime_error("cannot cut " + made.toStdString());
-    return changed;
 }
 
 QStringList lines(const QString &program, const QStringList &arguments)
@@ -154,23 +133,11 @@ QHash<std::int64_t, QString> decodedPictures(const QString &path, std::optional<
 {
     QStringList arguments{"-nostdin", "-v", "quiet"};
     if (from)
-        arguments << "-noaccurate_seek"
-                  << "-seek_timestamp"
-                  << "1"
-                  << "-ss" << demuxerStart(path, *from);
+        arguments += {"-noaccurate_seek", "-seek_timestamp", "1", "-ss", demuxerStart(path, *from)};
     if (path.endsWith(".mp4") || path.endsWith(".mov"))
-        arguments << "-advanced_editlist"
-                  << "0";
-    arguments << "-i" << path << "-map"
-              << "0:v:0"
-              << "-copyts"
-              << "-vsync"
-              << "passthrough"
-              << "-enc_time_base"
-              << "-1"
-              << "-frames:v" << (from ? "330" : "1000") << "-f"
-              << "framemd5"
-              << "pipe:1";
+        arguments += {"-advanced_editlist", "0"};
+    arguments += {"-i", path, "-frames:v", from ? "330" : "1000"};
+    arguments += QString("-map 0:v:0 -copyts -vsync passthrough -enc_time_base -1 -f framemd5 pipe:1").split(' ');
     QHash<std::int64_t, QString> pictures;
     for (const QString &line : lines("ffmpeg", arguments)) {
         const QStringList fields = line.split(',');
@@ -197,142 +164,138 @@ private Q_SLOTS:
         for (const TriedFilm &film : triedFilms())
             QTest::addRow("%s", qPrintable(film.made.file)) << film;
     }
-    void everyPictureStandsWhereADecoderGivesIt();
-    void whatIsInterruptedGivesNoWrongAnswer_data();
-    void whatIsInterruptedGivesNoWrongAnswer();
-};
 
-void FilmPicturesTest::everyPictureStandsWhereADecoderGivesIt()
-{
-    QFETCH(const TriedFilm, film);
-    const QString path = makeTriedFilm(film);
-    const auto pictures = FilmPictures::open(path.toStdString(), never);
-    QCOMPARE(pictures != nullptr, film.known == Known::Yes);
-    if (!pictures)
-        return;
-    std::vector<std::int64_t> times = decodedTimes(path);
-    if (film.isEdited) {
-        // The program moves the first picture that is shown to zero.
-        for (std::int64_t &time : times)
-            time += pictures->first();
-    }
-    const auto first = std::find(times.begin(), times.end(), pictures->first());
-    QVERIFY2(first - times.begin() <= film.wrongAtBegin,
-             qPrintable(QString("begins at %1, not %2").arg(pictures->first()).arg(times.front())));
-    times.erase(times.begin(), first);
-    QCOMPARE(pictures->last(), times.back());
-
-    const auto size = static_cast<int>(times.size());
-    const auto check = [&](int index) {
-        const std::int64_t time = times[static_cast<std::size_t>(index)];
-        const auto before = pictures->before(time);
-        const auto after = pictures->after(time);
-        const bool isFirst = index == 0;
-        const bool isLast = index == size - 1;
-        using Kind = FilmPictures::Neighbour::Kind;
-        const std::int64_t expectedBefore = isFirst ? 0 : times[static_cast<std::size_t>(index - 1)];
-        const std::int64_t expectedAfter = isLast ? 0 : times[static_cast<std::size_t>(index + 1)];
-        const QString told = QString("%1 of %2 at %3").arg(index).arg(size).arg(time);
-        QVERIFY2(before.kind == (isFirst ? Kind::None : Kind::Picture) && before.time == expectedBefore,
-                 qPrintable(told + " before " + QString::number(before.time)));
-        QVERIFY2(after.kind == (isLast ? Kind::None : Kind::Picture) && after.time == expectedAfter,
-                 qPrintable(told + " after " + QString::number(after.time)));
-        const double begin = pictures->secondsOf(time);
-        const double end = isLast ? begin + 100 : pictures->secondsOf(expectedAfter);
-        QVERIFY2(pictures->at(begin) == time && pictures->at(begin + 0.4 * (end - begin)) == time, qPrintable(told));
-        QVERIFY2(pictures->at(begin - 1e-7) == time, qPrintable(told));
-    };
-    for (int index = 0; index < size; ++index)
-        check(index);
-    for (int index = size - 1; index >= 0; --index)
-        check(index);
-    QRandomGenerator random(randomSeed());
-    for (int jump = 0; jump < 60; ++jump)
-        check(static_cast<int>(random.bounded(size)));
-    QCOMPARE(pictures->at(-1000.0), times.front());
-
-    // A demuxer that is sent to the group's begin gives the right picture.
-    const QHash<std::int64_t, QString> expected = decodedPictures(path);
-    for (int jump = 0; jump < 4; ++jump) {
-        const std::int64_t time = times[random.bounded(static_cast<quint32>(times.size()))];
-        const auto group = pictures->groupBegin(time);
-        QVERIFY(group && group->shown <= time && group->decoded <= group->shown);
-        const auto from = decodedPictures(path, pictures->secondsOf(time) - group->secondsBefore);
-        QVERIFY2(from.value(time) == expected.value(time),
-                 qPrintable(QString("%1 from %2").arg(time).arg(group->shown)));
-    }
-}
-
-void FilmPicturesTest::whatIsInterruptedGivesNoWrongAnswer_data()
-{
-    QTest::addColumn<TriedFilm>("film");
-    for (const TriedFilm &film : triedFilms()) {
-        const QStringList files{"film_h264.mp4", "film_h264_50.ts", "film_mpeg2.mpg", "film_hevc.mkv",
-                                "film_theora.ogv"};
-        if (files.contains(film.made.file))
-            QTest::addRow("%s", qPrintable(film.made.file)) << film;
-    }
-}
-
-void FilmPicturesTest::whatIsInterruptedGivesNoWrongAnswer()
-{
-    QFETCH(const TriedFilm, film);
-    const std::string path = makeTriedFilm(film).toStdString();
-    using Answer = std::optional<std::int64_t>;
-    using Neighbour = FilmPictures::Neighbour;
-    const auto timeOf = [](const Neighbour &neighbour) {
-        return neighbour.kind == Neighbour::Kind::Unknown ? std::nullopt : Answer(neighbour.time);
-    };
-    const std::function<Answer(FilmPictures &, double)> questions[] = {
-        [](FilmPictures &pictures, double) { return pictures.last(); },
-        [](FilmPictures &pictures, double seconds) { return pictures.at(seconds); },
-        [&](FilmPictures &pictures, double seconds) {
-            return timeOf(pictures.before(static_cast<std::int64_t>(seconds / pictures.secondsOf(1))));
-        },
-        [&](FilmPictures &pictures, double seconds) {
-            return timeOf(pictures.after(static_cast<std::int64_t>(seconds / pictures.secondsOf(1))));
-        },
-        [](FilmPictures &pictures, double seconds) {
-            const auto group = pictures.groupBegin(static_cast<std::int64_t>(seconds / pictures.secondsOf(1)));
-            return group ? Answer(group->shown) : std::nullopt;
-        },
-    };
-    const auto whole = FilmPictures::open(path, never);
-    QVERIFY(whole);
-    QRandomGenerator random(randomSeed());
-    for (const auto &question : questions) {
-        int unanswered = 0;
-        for (int patience = 0; patience < 3000; patience += 1 + patience / 2) {
-            int asked = 0;
-            bool isPatient = true;
-            const auto pictures = FilmPictures::open(path, [&] { return !isPatient && ++asked > patience; });
-            QVERIFY(pictures);
-            const double seconds = whole->secondsOf(whole->first()) + random.bounded(24.0);
-            const Answer right = question(*whole, seconds);
-            QVERIFY(right);
-            isPatient = false;
-            const Answer answer = question(*pictures, seconds);
-            const auto told = [&](const Answer &wrong) {
-                return QString("question %1, patience %2, at %3: %4, not %5")
-                    .arg(&question - questions)
-                    .arg(patience)
-                    .arg(seconds)
-                    .arg(wrong.value_or(-1))
-                    .arg(*right);
-            };
-            QVERIFY2(!answer || answer == right, qPrintable(told(answer)));
-            unanswered += answer ? 0 : 1;
-            isPatient = true;
-            const Answer again = question(*pictures, seconds);
-            QVERIFY2(again == right, qPrintable(told(again)));
-
-            asked = 0;
-            const auto opened = FilmPictures::open(path, [&] { return ++asked > patience; });
-            QVERIFY(!opened || asked <= patience || opened->first() == whole->first());
+    void everyPictureStandsWhereADecoderGivesIt()
+    {
+        QFETCH(const TriedFilm, film);
+        const QString path = makeFilm(film.made);
+        const auto pictures = FilmPictures::open(path.toStdString(), never);
+        QCOMPARE(pictures != nullptr, film.known == Known::Yes);
+        if (!pictures)
+            return;
+        std::vector<std::int64_t> times = decodedTimes(path);
+        if (film.isEdited) {
+            // The program moves the first picture that is shown to zero.
+            for (std::int64_t &time : times)
+                time += pictures->first();
         }
-        QVERIFY(unanswered > 0);
+        const auto first = std::find(times.begin(), times.end(), pictures->first());
+        QVERIFY2(first - times.begin() <= film.wrongAtBegin,
+                 qPrintable(QString("begins at %1, not %2").arg(pictures->first()).arg(times.front())));
+        times.erase(times.begin(), first);
+        QCOMPARE(pictures->last(), times.back());
+
+        const auto size = static_cast<int>(times.size());
+        const auto check = [&](int index) {
+            const std::int64_t time = times[static_cast<std::size_t>(index)];
+            const auto before = pictures->before(time);
+            const auto after = pictures->after(time);
+            const bool isFirst = index == 0;
+            const bool isLast = index == size - 1;
+            using Kind = FilmPictures::Neighbour::Kind;
+            const std::int64_t expectedBefore = isFirst ? 0 : times[static_cast<std::size_t>(index - 1)];
+            const std::int64_t expectedAfter = isLast ? 0 : times[static_cast<std::size_t>(index + 1)];
+            const QString told = QString("%1 of %2 at %3").arg(index).arg(size).arg(time);
+            QVERIFY2(before.kind == (isFirst ? Kind::None : Kind::Picture) && before.time == expectedBefore,
+                     qPrintable(told + " before " + QString::number(before.time)));
+            QVERIFY2(after.kind == (isLast ? Kind::None : Kind::Picture) && after.time == expectedAfter,
+                     qPrintable(told + " after " + QString::number(after.time)));
+            const double begin = pictures->secondsOf(time);
+            const double end = isLast ? begin + 100 : pictures->secondsOf(expectedAfter);
+            QVERIFY2(pictures->at(begin) == time && pictures->at(begin + 0.4 * (end - begin)) == time,
+                     qPrintable(told));
+            QVERIFY2(pictures->at(begin - 1e-7) == time, qPrintable(told));
+        };
+        for (int index = 0; index < size; ++index)
+            check(index);
+        for (int index = size - 1; index >= 0; --index)
+            check(index);
+        QRandomGenerator random(randomSeed());
+        for (int jump = 0; jump < 60; ++jump)
+            check(static_cast<int>(random.bounded(size)));
+        QCOMPARE(pictures->at(-1000.0), times.front());
+
+        // A demuxer that is sent to the group's begin gives the right picture.
+        const QHash<std::int64_t, QString> expected = decodedPictures(path);
+        for (int jump = 0; jump < 4; ++jump) {
+            const std::int64_t time = times[random.bounded(static_cast<quint32>(times.size()))];
+            const auto group = pictures->groupBegin(time);
+            QVERIFY(group && group->shown <= time && group->decoded <= group->shown);
+            const auto from = decodedPictures(path, pictures->secondsOf(time) - group->secondsBefore);
+            QVERIFY2(from.value(time) == expected.value(time),
+                     qPrintable(QString("%1 from %2").arg(time).arg(group->shown)));
+        }
     }
-}
+
+    void whatIsInterruptedGivesNoWrongAnswer_data()
+    {
+        QTest::addColumn<TriedFilm>("film");
+        for (const TriedFilm &film : triedFilms()) {
+            const QStringList files{"film_h264.mp4", "film_h264_50.ts", "film_mpeg2.mpg", "film_hevc.mkv",
+                                    "film_theora.ogv"};
+            if (files.contains(film.made.file))
+                QTest::addRow("%s", qPrintable(film.made.file)) << film;
+        }
+    }
+
+    void whatIsInterruptedGivesNoWrongAnswer()
+    {
+        QFETCH(const TriedFilm, film);
+        const std::string path = makeFilm(film.made).toStdString();
+        using Answer = std::optional<std::int64_t>;
+        using Neighbour = FilmPictures::Neighbour;
+        const auto timeOf = [](const Neighbour &neighbour) {
+            return neighbour.kind == Neighbour::Kind::Unknown ? std::nullopt : Answer(neighbour.time);
+        };
+        // At so many seconds, which are so many units of the film's time.
+        const std::function<Answer(FilmPictures &, double, std::int64_t)> questions[] = {
+            [](FilmPictures &pictures, double, std::int64_t) { return pictures.last(); },
+            [](FilmPictures &pictures, double seconds, std::int64_t) { return pictures.at(seconds); },
+            [&](FilmPictures &pictures, double, std::int64_t time) { return timeOf(pictures.before(time)); },
+            [&](FilmPictures &pictures, double, std::int64_t time) { return timeOf(pictures.after(time)); },
+            [](FilmPictures &pictures, double, std::int64_t time) {
+                const auto group = pictures.groupBegin(time);
+                return group ? Answer(group->shown) : std::nullopt;
+            },
+        };
+        const auto whole = FilmPictures::open(path, never);
+        QVERIFY(whole);
+        QRandomGenerator random(randomSeed());
+        for (const auto &question : questions) {
+            int unanswered = 0;
+            for (int patience = 0; patience < 3000; patience += 1 + patience / 2) {
+                int asked = 0;
+                bool isPatient = true;
+                const auto pictures = FilmPictures::open(path, [&] { return !isPatient && ++asked > patience; });
+                QVERIFY(pictures);
+                const double seconds = whole->secondsOf(whole->first()) + random.bounded(24.0);
+                const auto time = static_cast<std::int64_t>(seconds / whole->secondsOf(1));
+                const Answer right = question(*whole, seconds, time);
+                QVERIFY(right);
+                isPatient = false;
+                const Answer answer = question(*pictures, seconds, time);
+                const auto told = [&](const Answer &wrong) {
+                    return QString("question %1, patience %2, at %3: %4, not %5")
+                        .arg(&question - questions)
+                        .arg(patience)
+                        .arg(seconds)
+                        .arg(wrong.value_or(-1))
+                        .arg(*right);
+                };
+                QVERIFY2(!answer || answer == right, qPrintable(told(answer)));
+                unanswered += answer ? 0 : 1;
+                isPatient = true;
+                const Answer again = question(*pictures, seconds, time);
+                QVERIFY2(again == right, qPrintable(told(again)));
+
+                asked = 0;
+                const auto opened = FilmPictures::open(path, [&] { return ++asked > patience; });
+                QVERIFY(!opened || asked <= patience || opened->first() == whole->first());
+            }
+            QVERIFY(unanswered > 0);
+        }
+    }
+};
 
 QTEST_APPLESS_MAIN(FilmPicturesTest)
 #include "film_pictures_test.moc"

@@ -43,25 +43,16 @@ QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
     const double seconds = spec.frames * rate.value(1, "1").toDouble() / rate.at(0).toDouble();
     QStringList arguments{"-nostdin", "-y", "-hide_banner", "-loglevel", "error"};
     if (painted)
-        arguments << "-i"
-                  << "pipe:0";
+        arguments += {"-i", "pipe:0"};
+    const QString tone = "sine=frequency=440:sample_rate=48000";
     if (!spec.audio.isEmpty())
-        arguments << "-f"
-                  << "lavfi"
-                  << "-t" << QString::number(seconds, 'f', 6) << "-i"
-                  << "sine=frequency=440:sample_rate=48000";
+        arguments += {"-f", "lavfi", "-t", QString::number(seconds, 'f', 6), "-i", tone};
     if (!painted)
-        arguments << "-filter_complex" << spec.graph << "-map"
-                  << "[picture]"
-                  << "-frames:v" << QString::number(spec.frames);
+        arguments += {"-filter_complex", spec.graph, "-map", "[picture]", "-frames:v", QString::number(spec.frames)};
     if (!painted && !spec.audio.isEmpty())
-        arguments << "-map"
-                  << "0:a";
-    arguments << "-map_metadata"
-              << "-1"
-              << "-fflags"
-              << "+bitexact" << spec.video;
-    return arguments << spec.audio << spec.container << output;
+        arguments += {"-map", "0:a"};
+    arguments += {"-map_metadata", "-1", "-fflags", "+bitexact"};
+    return arguments + spec.video + spec.audio + spec.container + QStringList{output};
 }
 
 void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString &path)
@@ -145,6 +136,33 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     return outputIfGood(process, program + ' ' + arguments.join(' '));
 }
 
+FilmSpec copied(FilmSpec film, double seconds)
+{
+    film.copiedFrom = seconds;
+    return film;
+}
+
+FilmSpec cut(FilmSpec film, qint64 bytes)
+{
+    film.cutBytes = bytes;
+    return film;
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("cannot read " + path.toStdString());
+    return file.readAll();
+}
+
+void writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        throw std::runtime_error("cannot write " + path.toStdString());
+}
+
 QString makeFilm(const FilmSpec &spec)
 {
     const QString painter = QStringLiteral(TAVRIN_PAINT_FILM);
@@ -156,7 +174,9 @@ QString makeFilm(const FilmSpec &spec)
                                   QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
                                   QString::number(spec.frames),
                                   spec.rate,
-                                  QString::number(spec.rotation)};
+                                  QString::number(spec.rotation),
+                                  QString::number(spec.copiedFrom),
+                                  QString::number(spec.cutBytes)};
     const QByteArray recipe = (ingredients + ffmpegArguments(spec, spec.file)).join('\n').toUtf8();
     QLockFile lock(path + ".lock");
     lock.setStaleLockTime(0);
@@ -167,20 +187,22 @@ QString makeFilm(const FilmSpec &spec)
         return path;
     made.remove();
 
-    if (spec.rotation == 0) {
-        paintAndEncode(spec, painter, path);
-    } else {
+    const bool isCopied = spec.rotation != 0 || spec.copiedFrom > 0.0;
+    const QString first = isCopied ? folder.filePath("first_" + spec.file) : path;
+    paintAndEncode(spec, painter, first);
+    if (isCopied) {
+        QStringList arguments{"-nostdin", "-y", "-loglevel", "error"};
+        if (spec.copiedFrom > 0.0)
+            arguments += {"-ss", QString::number(spec.copiedFrom)};
+        arguments += {"-i", first, "-map", "0", "-c", "copy"};
         // ffmpeg 5.1 writes the display matrix only while it copies, and counts against the clock.
-        const QString lying = folder.filePath("lying_" + spec.file);
-        paintAndEncode(spec, painter, lying);
-        const QString turn = "rotate=" + QString::number(360 - spec.rotation);
-        (void)outputOf("ffmpeg", QStringList{"-nostdin", "-y", "-loglevel", "error", "-i", lying, "-map", "0", "-c",
-                                             "copy", "-metadata:s:v:0", turn}
-                                         + spec.container
-                                     << path);
-        QFile::remove(lying);
+        if (spec.rotation != 0)
+            arguments += {"-metadata:s:v:0", "rotate=" + QString::number(360 - spec.rotation)};
+        (void)outputOf("ffmpeg", arguments + spec.container + QStringList{path});
+        QFile::remove(first);
     }
-    if (!made.open(QIODevice::WriteOnly) || made.write(recipe) < 0)
-        throw std::runtime_error("cannot keep the recipe of " + spec.file.toStdString());
+    if (spec.cutBytes > 0)
+        writeFile(path, contentOf(path).sliced(spec.cutBytes));
+    writeFile(made.fileName(), recipe);
     return path;
 }

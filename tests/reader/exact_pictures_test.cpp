@@ -9,20 +9,6 @@
 #include <cmath>
 #include <numeric>
 
-// Index n is the n-th picture of a film, in whatever order indices are asked for: compared by hash with what the
-// ffmpeg program decodes from the film's beginning to its end.
-
-class ExactPicturesTest : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void indexIsPicture_data();
-    void indexIsPicture();
-    void aMarkedPictureIsFound_data();
-    void aMarkedPictureIsFound();
-};
-
 namespace {
 
 /// The hashes of the pictures that a film's indices stand for.
@@ -46,83 +32,93 @@ QList<QByteArray> expectedPictures(const ReaderFilm &tried, const QString &path,
 
 } // namespace
 
-void ExactPicturesTest::indexIsPicture_data()
-{
-    QTest::addColumn<std::size_t>("number");
-    for (std::size_t number = 0; number < readerFilms().size(); ++number)
-        QTest::addRow("%zu %s", number, qPrintable(readerFilms()[number].made.file)) << number;
-}
+// Index n is the n-th picture of a film, in whatever order indices are asked for: compared by hash with what the
+// ffmpeg program decodes from the film's beginning to its end.
 
-void ExactPicturesTest::indexIsPicture()
-{
-    QFETCH(const std::size_t, number);
-    const ReaderFilm &tried = readerFilms()[number];
-    const QString path = makeReaderFilm(tried);
-    const auto film = Film::open(path.toStdString(), never, never);
-    QVERIFY(film);
-    const QList<QByteArray> expected = expectedPictures(tried, path, *film);
-    QVERIFY(expected.size() > 30);
+class ExactPicturesTest : public QObject {
+    Q_OBJECT
 
-    std::vector<qsizetype> forwards(static_cast<std::size_t>(expected.size()));
-    std::iota(forwards.begin(), forwards.end(), 0);
-    const std::vector<qsizetype> backwards(forwards.rbegin(), forwards.rend());
-    std::vector<qsizetype> bySeconds;
-    for (qsizetype start = 0; start < 25; start += 7) {
-        for (qsizetype index = start; index < expected.size(); index += 25)
-            bySeconds.push_back(index);
+private Q_SLOTS:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+
+    void indexIsPicture_data()
+    {
+        QTest::addColumn<std::size_t>("number");
+        for (std::size_t number = 0; number < readerFilms().size(); ++number)
+            QTest::addRow("%zu %s", number, qPrintable(readerFilms()[number].made.file)) << number;
     }
-    std::vector<qsizetype> shuffled = forwards;
-    std::shuffle(shuffled.begin(), shuffled.end(), QRandomGenerator(randomSeed()));
-    for (const auto &order : {forwards, backwards, bySeconds, shuffled}) {
-        QStringList wrong;
-        for (const qsizetype index : order) {
-            const QImage picture = readPicture(*film, index);
-            QVERIFY(!picture.isNull());
-            film->workAhead(never);
-            const QByteArray hash = pictureHash(picture);
-            if (hash != expected[index])
-                wrong << QString("%1 is %2").arg(index).arg(expected.indexOf(hash));
+
+    void indexIsPicture()
+    {
+        QFETCH(const std::size_t, number);
+        const ReaderFilm &tried = readerFilms()[number];
+        const QString path = makeFilm(tried.made);
+        const auto film = Film::open(path.toStdString(), never, never);
+        QVERIFY(film);
+        const QList<QByteArray> expected = expectedPictures(tried, path, *film);
+        QVERIFY(expected.size() > 30);
+
+        std::vector<qsizetype> forwards(static_cast<std::size_t>(expected.size()));
+        std::iota(forwards.begin(), forwards.end(), 0);
+        const std::vector<qsizetype> backwards(forwards.rbegin(), forwards.rend());
+        std::vector<qsizetype> bySeconds;
+        for (qsizetype start = 0; start < 25; start += 7) {
+            for (qsizetype index = start; index < expected.size(); index += 25)
+                bySeconds.push_back(index);
         }
-        QVERIFY2(wrong.isEmpty(), qPrintable(QString("from %1, %2, %3 on, wrong: %4")
-                                                 .arg(order[0])
-                                                 .arg(order[1])
-                                                 .arg(order[2])
-                                                 .arg(wrong.mid(0, 12).join(", "))));
+        std::vector<qsizetype> shuffled = forwards;
+        std::shuffle(shuffled.begin(), shuffled.end(), QRandomGenerator(randomSeed()));
+        for (const auto &order : {forwards, backwards, bySeconds, shuffled}) {
+            QStringList wrong;
+            for (const qsizetype index : order) {
+                const QImage picture = readPicture(*film, index);
+                QVERIFY(!picture.isNull());
+                film->workAhead(never);
+                const QByteArray hash = pictureHash(picture);
+                if (hash != expected[index])
+                    wrong << QString("%1 is %2").arg(index).arg(expected.indexOf(hash));
+            }
+            QVERIFY2(wrong.isEmpty(), qPrintable(QString("from %1, %2, %3 on, wrong: %4")
+                                                     .arg(order[0])
+                                                     .arg(order[1])
+                                                     .arg(order[2])
+                                                     .arg(wrong.mid(0, 12).join(", "))));
+        }
     }
-}
 
-void ExactPicturesTest::aMarkedPictureIsFound_data()
-{
-    QTest::addColumn<QString>("file");
-    for (const char *file : {"reader_uneven.mp4", "reader_uneven.mkv", "reader_uneven_late.mkv", "reader_h264.mkv"})
-        QTest::newRow(file) << file;
-}
-
-// A mark is the player's position on the paused picture, in hundredths; its index is their product with the rate.
-void ExactPicturesTest::aMarkedPictureIsFound()
-{
-    QFETCH(const QString, file);
-    const QString path = readerFilm(file);
-    const auto film = Film::open(path.toStdString(), never, never);
-    QVERIFY(film);
-    const double rate = film->frameRate();
-    const std::vector<WitnessedPicture> pictures = witnessedPictures(path);
-    const auto slot = [&](std::size_t picture) {
-        return std::floor((pictures[picture].seconds + containerRounding) * rate);
-    };
-    std::size_t alone = 0;
-    for (std::size_t picture = 0; picture + 1 < pictures.size(); ++picture) {
-        if (slot(picture) == slot(picture + 1))
-            continue;
-        ++alone;
-        const double start = pictures[picture].seconds;
-        const MediaTime position = pictureMediaTime(start, rate, pictures[picture + 1].seconds);
-        const std::int64_t index = frameIndex(wholeHundredths(position) / 100.0, rate);
-        QVERIFY2(pictureHash(readPicture(*film, index)) == pictures[picture].hash,
-                 qPrintable(QString("%1 at %2, index %3").arg(picture).arg(start).arg(index)));
+    void aMarkedPictureIsFound_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (const char *file : {"reader_uneven.mp4", "reader_uneven.mkv", "reader_uneven_late.mkv", "reader_h264.mkv"})
+            QTest::newRow(file) << file;
     }
-    QVERIFY(alone > pictures.size() * 3 / 4);
-}
+
+    // A mark is the player's position on the paused picture, in hundredths; its index is their product with the rate.
+    void aMarkedPictureIsFound()
+    {
+        QFETCH(const QString, file);
+        const QString path = readerFilm(file);
+        const auto film = Film::open(path.toStdString(), never, never);
+        QVERIFY(film);
+        const double rate = film->frameRate();
+        const std::vector<WitnessedPicture> pictures = witnessedPictures(path);
+        const auto slot = [&](std::size_t picture) {
+            return std::floor((pictures[picture].seconds + containerRounding) * rate);
+        };
+        std::size_t alone = 0;
+        for (std::size_t picture = 0; picture + 1 < pictures.size(); ++picture) {
+            if (slot(picture) == slot(picture + 1))
+                continue;
+            ++alone;
+            const double start = pictures[picture].seconds;
+            const MediaTime position = pictureMediaTime(start, rate, pictures[picture + 1].seconds);
+            const std::int64_t index = frameIndex(wholeHundredths(position) / 100.0, rate);
+            QVERIFY2(pictureHash(readPicture(*film, index)) == pictures[picture].hash,
+                     qPrintable(QString("%1 at %2, index %3").arg(picture).arg(start).arg(index)));
+        }
+        QVERIFY(alone > pictures.size() * 3 / 4);
+    }
+};
 
 QTEST_APPLESS_MAIN(ExactPicturesTest)
 #include "exact_pictures_test.moc"

@@ -34,12 +34,12 @@ Films smallFilms()
 {
     Films contents;
     for (ReaderFilm film : readerFilms()) {
-        if (film.copiedFrom > 0.0 || film.cutBytes > 0)
+        if (film.made.copiedFrom > 0.0 || film.made.cutBytes > 0)
             continue;
         film.made.file = "fuzz_" + film.made.file;
         film.made.size = {96, 72};
         film.made.frames = 40;
-        contents.push_back(contentOf(makeReaderFilm(film)));
+        contents.push_back(contentOf(makeFilm(film.made)));
     }
     return contents;
 }

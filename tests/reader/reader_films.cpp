@@ -18,7 +18,6 @@ FilmSpec spec(const QString &file, const QString &video, const QString &containe
             .frames = frames,
             .rate = rate,
             .video = video.split(' '),
-            .audio = {},
             .container = container.split(' ', Qt::SkipEmptyParts)};
 }
 
@@ -128,13 +127,13 @@ std::vector<ReaderFilm> allFilms()
         uneven("uneven.mkv", bFrames),
         uneven("uneven_late.mkv", bFrames, "-output_ts_offset 17.3"),
         // What was cut out of a film without decoding it.
-        {.made = spec("cut.mp4", bFrames), .copiedFrom = 2.6},
-        {.made = spec("cut_open.mp4", openGroups), .copiedFrom = 2.6},
-        {.made = spec("cut_h264.ts", bFrames), .cutBytes = 188 * 60},
-        {.made = spec("cut_open.ts", openGroups), .cutBytes = 188 * 60},
-        {.made = spec("cut_hevc.ts", hevcOpen), .cutBytes = 188 * 60, .madeUp = 11},
-        {.made = spec("cut_mpeg2.ts", mpeg2), .cutBytes = 188 * 60},
-        {.made = spec("cut_mpeg2.mpg", mpeg2, "-f vob"), .cutBytes = 2048 * 11},
+        {copied(spec("cut.mp4", bFrames), 2.6)},
+        {copied(spec("cut_open.mp4", openGroups), 2.6)},
+        {cut(spec("cut_h264.ts", bFrames), 188 * 60)},
+        {cut(spec("cut_open.ts", openGroups), 188 * 60)},
+        {.made = cut(spec("cut_hevc.ts", hevcOpen), 188 * 60), .madeUp = 11},
+        {cut(spec("cut_mpeg2.ts", mpeg2), 188 * 60)},
+        {cut(spec("cut_mpeg2.mpg", mpeg2, "-f vob"), 2048 * 11)},
     };
     for (const auto &[video, files] : inContainers) {
         for (const QString &file : files)
@@ -151,44 +150,13 @@ const std::vector<ReaderFilm> &readerFilms()
     return films;
 }
 
-QString makeReaderFilm(const ReaderFilm &film)
-{
-    const QString made = makeFilm(film.made);
-    const QString changed = QFileInfo(made).path() + "/changed_" + film.made.file;
-    if (film.copiedFrom > 0.0) {
-        (void)outputOf("ffmpeg", {"-nostdin", "-y", "-v", "error", "-ss", QString::number(film.copiedFrom), "-i", made,
-                                  "-c", "copy", changed});
-        return changed;
-    }
-    if (film.cutBytes > 0) {
-        writeFile(changed, contentOf(made).sliced(film.cutBytes));
-        return changed;
-    }
-    return made;
-}
-
 QString readerFilm(const QString &file)
 {
     for (const ReaderFilm &film : readerFilms()) {
         if (film.made.file == file)
-            return makeReaderFilm(film);
+            return makeFilm(film.made);
     }
     throw std::logic_error("no film " + file.toStdString());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("cannot read " + path.toStdString());
-    return file.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        throw std::runtime_error("cannot write " + path.toStdString());
 }
 
 QImage readPicture(Film &film, std::int64_t index)

@@ -8,8 +8,6 @@
 /// A film that the frame reader is tried on.
 struct ReaderFilm {
     FilmSpec made;           ///< as it comes from the encoder
-    double copiedFrom = 0.0; ///< if not 0, the film is a copy of it from these seconds on
-    qint64 cutBytes = 0;     ///< bytes cut off the film's beginning
     bool gaps = false;       ///< pictures are missing: an index means a moment, not a number
     int madeUp = 0;          ///< pictures that a decoder makes up before the film's first key picture
     bool anamorphic = false; ///< pixels are not square: pictures are stretched
@@ -18,14 +16,8 @@ struct ReaderFilm {
 /// Small films of every codec, container and kind of pixels that the reader is exact on.
 [[nodiscard]] const std::vector<ReaderFilm> &readerFilms();
 
-/// The film's path; made now if the build has it not yet. Throws std::runtime_error.
-[[nodiscard]] QString makeReaderFilm(const ReaderFilm &film);
-/// The path of the one whose file is called so.
+/// The path of the one whose file is called so, made now if the build has it not yet. Throws std::runtime_error.
 [[nodiscard]] QString readerFilm(const QString &file);
-
-/// A file's bytes. Throw std::runtime_error.
-[[nodiscard]] QByteArray contentOf(const QString &path);
-void writeFile(const QString &path, const QByteArray &content);
 
 /// A picture as the ffmpeg program gives it when it decodes a film from its beginning to its end.
 struct WitnessedPicture {
