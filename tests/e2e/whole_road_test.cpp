@@ -38,7 +38,7 @@ const QStringList groups{
     "18",   "-pix_fmt", "yuv420p", "-x264-params", "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
 
 /// Pictures whose numbers lie in the square that a GIF shows.
-const FilmSpec squareFilm{.file = "square.mp4", .size = {400, 400}, .frames = 500, .video = groups, .audio = {}};
+const FilmSpec squareFilm{.file = "square.mp4", .size = {400, 400}, .frames = 500, .video = groups};
 const FilmSpec wideFilm{.file = "wide.mkv",
                         .size = {360, 360},
                         .frames = 500,
@@ -49,8 +49,7 @@ const FilmSpec plainFilm{.file = "plain.avi",
                          .size = {320, 320},
                          .frames = 500,
                          .rate = "30/1",
-                         .video = {"-vf", "pad=320:400", "-c:v", "mpeg4", "-q:v", "3", "-g", "250"},
-                         .audio = {}};
+                         .video = {"-vf", "pad=320:400", "-c:v", "mpeg4", "-q:v", "3", "-g", "250"}};
 
 /// A key, to the main window.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::ControlModifier)
@@ -118,171 +117,163 @@ class WholeRoadTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void exportsShowTheMarkedPictures_data();
-    void exportsShowTheMarkedPictures();
-    void troubleCostsNoScene_data();
-    void troubleCostsNoScene();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        setMessageBoxAnswer([this](const QString &text) { m_messages += text; });
+        QVERIFY(QTest::qWaitForWindowActive(Form1));
+    }
+
+    void exportsShowTheMarkedPictures_data()
+    {
+        QTest::addColumn<QString>("film");
+        QTest::addColumn<double>("rate");
+        QTest::newRow("MP4 with B pictures") << makeFilm(squareFilm) << 25.0;
+        QTest::newRow("24000/1001 in Matroska, wide") << makeFilm(wideFilm) << 24000.0 / 1001;
+        QTest::newRow("AVI, high") << makeFilm(plainFilm) << 30.0;
+    }
+
+    void exportsShowTheMarkedPictures()
+    {
+        QFETCH(const QString, film);
+        QFETCH(const double, rate);
+        const QTemporaryDir folder;
+        const QString video = open(film, folder);
+        QVERIFY(!video.isEmpty() && PAUSED);
+        press(Qt::Key_F6, {});
+        press(Qt::Key_F5, {});
+        addScene(2);
+        addScene(3);
+        addScene("12.34", "2.5", "Ночь");
+        addScene("3,9", "1", "с запятой");
+        addScene("1000", "1", "за концом");
+        addScene("5", "0", "пустая");
+        QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
+        QCOMPARE(exportBy(Qt::Key_L, Form5, Form5->BitBtn2), finished);
+
+        // Every scene's GIF shows the pictures of its moments; what is asked for behind the end is the last picture.
+        QStringList expectedRows;
+        QStringList files;
+        const GridCells &list = Form3->StringGrid1->cells();
+        QCOMPARE(list.RowCount(), 7);
+        for (int row = 1; row < list.RowCount(); ++row) {
+            const Scene scene = sceneAt(list, row);
+            const QString name = scene.position + '_' + scene.length + ".gif";
+            const QString gif = video + ".images/" + name;
+            const double start = scene.position == "3,9" ? 3 : scene.position.toDouble();
+            QList<int> expected;
+            for (int second = 0; second < std::ceil(scene.length.toDouble()); ++second)
+                expected += std::min(499, static_cast<int>(rate * (start + second)));
+            QCOMPARE(picturesIn(gif), expected);
+            files += name;
+            expectedRows += QString("%1|%2|%3|%4").arg(row).arg(scene.title).arg(start).arg(QFileInfo(gif).size());
+        }
+        QProcess sqlite;
+        sqlite.start("sqlite3",
+                     {video + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
+        QVERIFY(sqlite.waitForFinished());
+        QCOMPARE(QString::fromUtf8(sqlite.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts), expectedRows);
+
+        // Nothing else lies beside the film.
+        const auto everythingIn = [](const QString &path) {
+            return QDir(path).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        };
+        files.sort();
+        QCOMPARE(everythingIn(video + ".images"), files);
+        const QString own = QFileInfo(video).fileName();
+        QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images"}));
+    }
+
+    void troubleCostsNoScene_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::newRow("the reader is killed") << "неожиданно завершилась";
+        QTest::newRow("the reader is stopped for ten seconds") << "";
+        QTest::newRow("the film is deleted") << "";
+    }
+
+    /// Trouble comes when the first of three scenes is done; once it has passed, an export makes all of them.
+    void troubleCostsNoScene()
+    {
+        const QString trouble = QTest::currentDataTag();
+        QFETCH(const QString, message);
+        const QTemporaryDir folder;
+        const QString video = open(makeFilm(squareFilm), folder);
+        for (const char *position : {"1", "9", "3"})
+            addScene(position, "2", "");
+        QProcess children;
+        children.start("pgrep", {"-P", QString::number(QCoreApplication::applicationPid()), "FrameReader"});
+        QVERIFY(children.waitForFinished());
+        const pid_t reader = children.readAllStandardOutput().trimmed().toInt();
+        QVERIFY(reader > 0);
+
+        const auto cause = connect(Form4, &QWidget::windowTitleChanged, this, [&](const QString &title) {
+            if (!title.endsWith("1 из 3"))
+                return;
+            if (trouble.endsWith("killed"))
+                kill(reader, SIGKILL);
+            if (trouble.endsWith("deleted"))
+                QFile::remove(video);
+            if (trouble.endsWith("seconds")) {
+                kill(reader, SIGSTOP);
+                QProcess::startDetached("sh", {"-c", QString("sleep 10; kill -CONT %1").arg(reader)});
+            }
+        });
+        const QStringList messages = exportBy(Qt::Key_G, Form4, Form4->BitBtn1);
+        disconnect(cause);
+        QCOMPARE(messages.size(), message.isEmpty() ? 1 : 2);
+        QCOMPARE(messages.last(), finished[0]);
+        QVERIFY2(messages[0].contains(message), qPrintable(messages[0]));
+        QCOMPARE(Form3->StringGrid1->RowCount(), 4);
+        if (!QFile::exists(video))
+            QVERIFY(QFile::copy(makeFilm(squareFilm), video));
+
+        Form4->RadioGroup1->setItemIndex(1);
+        QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
+        for (const int start : {1, 9, 3})
+            QCOMPARE(picturesIn(video + QString(".images/%1_2.gif").arg(start)),
+                     QList<int>({start * 25, start * 25 + 25}));
+    }
+
+    void cleanupTestCase()
+    {
+        setMessageBoxAnswer({});
+        setOpenDialogAnswer({});
+    }
 
 private:
     /// Opens a copy of the film in the folder; the path of the copy.
-    QString open(const QString &film, const QTemporaryDir &folder);
+    QString open(const QString &film, const QTemporaryDir &folder)
+    {
+        const QString video = folder.filePath("фильм 'a' " + QFileInfo(film).fileName());
+        setOpenDialogAnswer([video] { return std::optional(video); });
+        if (!QFile::copy(film, video))
+            return {};
+        press(Qt::Key_O);
+        if (!OPENED || !QTest::qWaitFor([] { return GetPosition() > 0; }))
+            return {};
+        press(Qt::Key_P);
+        press(Qt::Key_R);
+        Form3->N12Click();
+        return video;
+    }
+
     /// Opens the window by its key, clicks the button and returns the messages; the window is closed behind an error.
-    QStringList exportBy(Qt::Key key, QWidget *window, QPushButton *button);
+    QStringList exportBy(Qt::Key key, QWidget *window, QPushButton *button)
+    {
+        onceOpen(window, [button] { QTest::mouseClick(button, Qt::LeftButton); });
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, this, [&] {
+            if (!m_messages.isEmpty() && window->isVisible())
+                QTest::keyClick(window, Qt::Key_Escape);
+        });
+        watch.start(50);
+        press(key);
+        return std::exchange(m_messages, {});
+    }
 
     QStringList m_messages;
     const QStringList finished{"Экспорт завершён"};
 };
-
-void WholeRoadTest::initTestCase()
-{
-    setMessageBoxAnswer([this](const QString &text) { m_messages += text; });
-    QVERIFY(QTest::qWaitForWindowActive(Form1));
-}
-
-void WholeRoadTest::cleanupTestCase()
-{
-    setMessageBoxAnswer({});
-    setOpenDialogAnswer({});
-}
-
-QString WholeRoadTest::open(const QString &film, const QTemporaryDir &folder)
-{
-    const QString video = folder.filePath("фильм 'a' " + QFileInfo(film).fileName());
-    setOpenDialogAnswer([video] { return std::optional(video); });
-    if (!QFile::copy(film, video))
-        return {};
-    press(Qt::Key_O);
-    if (!OPENED || !QTest::qWaitFor([] { return GetPosition() > 0; }))
-        return {};
-    press(Qt::Key_P);
-    press(Qt::Key_R);
-    Form3->N12Click();
-    return video;
-}
-
-QStringList WholeRoadTest::exportBy(Qt::Key key, QWidget *window, QPushButton *button)
-{
-    onceOpen(window, [button] { QTest::mouseClick(button, Qt::LeftButton); });
-    QTimer watch;
-    connect(&watch, &QTimer::timeout, this, [&] {
-        if (!m_messages.isEmpty() && window->isVisible())
-            QTest::keyClick(window, Qt::Key_Escape);
-    });
-    watch.start(50);
-    press(key);
-    return std::exchange(m_messages, {});
-}
-
-void WholeRoadTest::exportsShowTheMarkedPictures_data()
-{
-    QTest::addColumn<QString>("film");
-    QTest::addColumn<double>("rate");
-    QTest::newRow("MP4 with B pictures") << makeFilm(squareFilm) << 25.0;
-    QTest::newRow("24000/1001 in Matroska, wide") << makeFilm(wideFilm) << 24000.0 / 1001;
-    QTest::newRow("AVI, high") << makeFilm(plainFilm) << 30.0;
-}
-
-void WholeRoadTest::exportsShowTheMarkedPictures()
-{
-    QFETCH(const QString, film);
-    QFETCH(const double, rate);
-    const QTemporaryDir folder;
-    const QString video = open(film, folder);
-    QVERIFY(!video.isEmpty() && PAUSED);
-    press(Qt::Key_F6, {});
-    press(Qt::Key_F5, {});
-    addScene(2);
-    addScene(3);
-    addScene("12.34", "2.5", "Ночь");
-    addScene("3,9", "1", "с запятой");
-    addScene("1000", "1", "за концом");
-    addScene("5", "0", "пустая");
-    QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
-    QCOMPARE(exportBy(Qt::Key_L, Form5, Form5->BitBtn2), finished);
-
-    // Every scene's GIF shows the pictures of its moments; what is asked for behind the end is the last picture.
-    QStringList expectedRows;
-    QStringList files;
-    const GridCells &list = Form3->StringGrid1->cells();
-    QCOMPARE(list.RowCount(), 7);
-    for (int row = 1; row < list.RowCount(); ++row) {
-        const Scene scene = sceneAt(list, row);
-        const QString name = scene.position + '_' + scene.length + ".gif";
-        const QString gif = video + ".images/" + name;
-        const double start = scene.position == "3,9" ? 3 : scene.position.toDouble();
-        QList<int> expected;
-        for (int second = 0; second < std::ceil(scene.length.toDouble()); ++second)
-            expected += std::min(499, static_cast<int>(rate * (start + second)));
-        QCOMPARE(picturesIn(gif), expected);
-        files += name;
-        expectedRows += QString("%1|%2|%3|%4").arg(row).arg(scene.title).arg(start).arg(QFileInfo(gif).size());
-    }
-    QProcess sqlite;
-    sqlite.start("sqlite3", {video + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
-    QVERIFY(sqlite.waitForFinished());
-    QCOMPARE(QString::fromUtf8(sqlite.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts), expectedRows);
-
-    // Nothing else lies beside the film.
-    const auto everythingIn = [](const QString &path) {
-        return QDir(path).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    };
-    files.sort();
-    QCOMPARE(everythingIn(video + ".images"), files);
-    const QString own = QFileInfo(video).fileName();
-    QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images"}));
-}
-
-void WholeRoadTest::troubleCostsNoScene_data()
-{
-    QTest::addColumn<QString>("message");
-    QTest::newRow("the reader is killed") << "неожиданно завершилась";
-    QTest::newRow("the reader is stopped for ten seconds") << "";
-    QTest::newRow("the film is deleted") << "";
-}
-
-/// Trouble comes when the first of three scenes is done; once it has passed, an export makes all of them.
-void WholeRoadTest::troubleCostsNoScene()
-{
-    const QString trouble = QTest::currentDataTag();
-    QFETCH(const QString, message);
-    const QTemporaryDir folder;
-    const QString video = open(makeFilm(squareFilm), folder);
-    for (const char *position : {"1", "9", "3"})
-        addScene(position, "2", "");
-    QProcess children;
-    children.start("pgrep", {"-P", QString::number(QCoreApplication::applicationPid()), "FrameReader"});
-    QVERIFY(children.waitForFinished());
-    const pid_t reader = children.readAllStandardOutput().trimmed().toInt();
-    QVERIFY(reader > 0);
-
-    const auto cause = connect(Form4, &QWidget::windowTitleChanged, this, [&](const QString &title) {
-        if (!title.endsWith("1 из 3"))
-            return;
-        if (trouble.endsWith("killed"))
-            kill(reader, SIGKILL);
-        if (trouble.endsWith("deleted"))
-            QFile::remove(video);
-        if (trouble.endsWith("seconds")) {
-            kill(reader, SIGSTOP);
-            QProcess::startDetached("sh", {"-c", QString("sleep 10; kill -CONT %1").arg(reader)});
-        }
-    });
-    const QStringList messages = exportBy(Qt::Key_G, Form4, Form4->BitBtn1);
-    disconnect(cause);
-    QCOMPARE(messages.size(), message.isEmpty() ? 1 : 2);
-    QCOMPARE(messages.last(), finished[0]);
-    QVERIFY2(messages[0].contains(message), qPrintable(messages[0]));
-    QCOMPARE(Form3->StringGrid1->RowCount(), 4);
-    if (!QFile::exists(video))
-        QVERIFY(QFile::copy(makeFilm(squareFilm), video));
-
-    Form4->RadioGroup1->setItemIndex(1);
-    QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
-    for (const int start : {1, 9, 3})
-        QCOMPARE(picturesIn(video + QString(".images/%1_2.gif").arg(start)), QList<int>({start * 25, start * 25 + 25}));
-}
 
 namespace {
 
