@@ -18,7 +18,6 @@
 
 #include <QAccessible>
 #include <QDebug>
-#include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>

@@ -3,8 +3,6 @@
 #include "films/film_maker.h"
 #include "random_seed.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QHash>
 #include <QRandomGenerator>
 #include <QTest>

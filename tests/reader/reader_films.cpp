@@ -1,8 +1,6 @@
 #include "reader_films.h"
 
 #include <QCryptographicHash>
-#include <QFile>
-#include <QFileInfo>
 
 #include <stdexcept>
 
