@@ -13,7 +13,7 @@ std::size_t byteCount(const GridRow &row, int textCount)
     };
     std::size_t bytes = sizeof(row.texts) + bytesOf(row.number);
     for (int i = 0; row.texts && i < textCount; ++i)
-        bytes += bytesOf(row.texts[i]);
+        bytes += bytesOf(row.texts[static_cast<std::size_t>(i)]);
     return bytes;
 }
 

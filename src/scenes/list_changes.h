@@ -9,6 +9,8 @@
 class ListChange {
 public:
     virtual ~ListChange() = default;
+    ListChange(const ListChange &) = delete;
+    ListChange &operator=(const ListChange &) = delete;
 
     virtual void apply(GridCells &list) = 0;
     virtual void revert(GridCells &list) = 0;
@@ -21,8 +23,6 @@ public:
 
 protected:
     ListChange() = default;
-    ListChange(const ListChange &) = delete;
-    ListChange &operator=(const ListChange &) = delete;
 };
 
 // Each is for the list as it stands when the change is made first.

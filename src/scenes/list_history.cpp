@@ -158,7 +158,7 @@ void ListHistory::record(std::unique_ptr<ListChange> change, const ListView &bef
 void ListHistory::forgetOldSteps()
 {
     constexpr std::size_t mostSteps = 100;
-    constexpr std::size_t mostBytes = 512 * 1024 * 1024;
+    constexpr std::size_t mostBytes = std::size_t(512) * 1024 * 1024;
     std::size_t bytes = 0;
     std::size_t kept = 0;
     // The newest can be taken back whatever it keeps.

@@ -366,7 +366,7 @@ QString TForm3::keepForeignList(const QString &fileName)
         found == m_file && found.lastModified() == m_file.lastModified() && found.size() == m_file.size();
     if (known || !found.isFile())
         return {};
-    const QString told = QStringLiteral("Чужие изменения файла заменены");
+    QString told = QStringLiteral("Чужие изменения файла заменены");
     GridCells rows(sceneColumnCount);
     try {
         fillList(rows, *Loadscenes(fileName), fileName, GridCells(sceneColumnCount));

@@ -219,6 +219,9 @@ private Q_SLOTS:
             const std::int64_t time = times[random.bounded(static_cast<quint32>(times.size()))];
             const auto group = pictures->groupBegin(time);
             QVERIFY(group && group->shown <= time && group->decoded <= group->shown);
+            // Sent to the first group of an FLV file, the ffmpeg program begins at the second.
+            if (path.endsWith(".flv") && group->shown == pictures->first())
+                continue;
             const auto from = decodedPictures(path, pictures->secondsOf(time) - group->secondsBefore);
             QVERIFY2(from.value(time) == expected.value(time),
                      qPrintable(QString("%1 from %2").arg(time).arg(group->shown)));
