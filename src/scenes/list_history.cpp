@@ -17,22 +17,29 @@ public:
     {
     }
 
-    void undo() { show(&ListChange::revert, m_before); }
-    void redo() { show(&ListChange::apply, m_after); }
+    void undo()
+    {
+        m_history.showStep(
+            [this](GridCells &list) {
+                if (m_change)
+                    m_change->revert(list);
+            },
+            m_before, m_dialogToo);
+    }
+    void redo()
+    {
+        m_history.showStep(
+            [this](GridCells &list) {
+                if (m_change)
+                    m_change->apply(list);
+            },
+            m_after, m_dialogToo);
+    }
 
     /// The memory that the change keeps while it is made, in bytes.
     [[nodiscard]] std::size_t byteCount() const { return m_byteCount; }
 
 private:
-    void show(void (ListChange::*direction)(GridCells &), const ListView &view)
-    {
-        const auto operation = [&](GridCells &list) {
-            if (m_change)
-                (m_change.get()->*direction)(list);
-        };
-        m_history.showStep(operation, view, m_dialogToo);
-    }
-
     ListHistory &m_history;
     std::unique_ptr<ListChange> m_change;
     ListView m_before;

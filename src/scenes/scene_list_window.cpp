@@ -313,7 +313,7 @@ void TForm3::undo()
     if (field && field->isUndoAvailable())
         field->undo();
     else
-        goStep(&ListHistory::undo);
+        goStep(true);
 }
 
 void TForm3::redo()
@@ -322,13 +322,16 @@ void TForm3::redo()
     if (field && field->isRedoAvailable())
         field->redo();
     else
-        goStep(&ListHistory::redo);
+        goStep(false);
 }
 
-void TForm3::goStep(void (ListHistory::*step)())
+void TForm3::goStep(bool back)
 {
     const BusyPointer busy;
-    (history->*step)();
+    if (back)
+        history->undo();
+    else
+        history->redo();
     // What has changed is to be seen.
     if (!isVisible())
         bringToFront();

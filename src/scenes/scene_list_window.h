@@ -93,7 +93,7 @@ protected:
 private:
     void buildMenus();
     void buildKeys();
-    void goStep(void (ListHistory::*step)());
+    void goStep(bool back);
     void noteSaved(const QString &fileName);
     /// Makes what another program has written to the scenes file since the list was read or saved a step that can be
     /// made again; the list stays. What has become of it, for the user; empty if the file is as this program left it.

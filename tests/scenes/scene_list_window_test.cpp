@@ -439,13 +439,13 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
     // The model is a copy of the whole list for every state that it has had.
     std::vector<QStringList> states{m_windows->rows()};
     std::size_t at = 0;
-    const auto go = [&](void (ListHistory::*step)(), int direction) {
-        const bool possible = direction < 0 ? at > 0 : at + 1 < states.size();
+    const auto go = [&](bool back) {
+        const bool possible = back ? at > 0 : at + 1 < states.size();
         // Texts of the dialog are steps too.
         for (int steps = 0; possible && steps < 20 && m_windows->rows() == states[at]; ++steps)
-            (list->history->*step)();
+            back ? list->history->undo() : list->history->redo();
         if (possible)
-            at = direction < 0 ? at - 1 : at + 1;
+            at = back ? at - 1 : at + 1;
         QCOMPARE(m_windows->rows(), states[at]);
     };
     for (int i = 0; i < 60; ++i) {
@@ -474,9 +474,9 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
                              "<scenes><scene/><scene><title>" + QByteArray::number(i) + "</title></scene></scenes>");
             list->Open1Click();
         } else if (!dialog->state().isChanged() && at + 1 < states.size() && upTo(2) == 0) {
-            go(&ListHistory::redo, 1);
+            go(false);
         } else {
-            go(&ListHistory::undo, -1);
+            go(true);
         }
         if (m_windows->rows() != states[at]) {
             states.resize(at + 1);
@@ -487,9 +487,9 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
             QCOMPARE(dialog->Edit3->text(), m_grid->cell(TitleColumn, m_grid->Row()));
     }
     while (at > 0)
-        go(&ListHistory::undo, -1);
+        go(true);
     while (at + 1 < states.size())
-        go(&ListHistory::redo, 1);
+        go(false);
 
     // A hundred steps.
     list->N12Click();
