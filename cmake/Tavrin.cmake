@@ -33,6 +33,12 @@ function(tavrin_library folder)
   add_library(tavrin_${folder} STATIC ${ARG_SOURCES})
   target_include_directories(tavrin_${folder} PUBLIC "${PROJECT_SOURCE_DIR}/src")
   target_link_libraries(tavrin_${folder} PUBLIC ${ARG_LINK} PRIVATE tavrin_options)
+  # Most of the time that a window's source takes goes into the framework's headers.
+  if(TAVRIN_UNITY AND ARG_LINK MATCHES "Qt6::Widgets|tavrin_scenes")
+    set_target_properties(tavrin_${folder} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    # The compiler takes the sources that it is given together for headers.
+    target_compile_options(tavrin_${folder} PRIVATE -Wno-subobject-linkage)
+  endif()
 endfunction()
 
 # tavrin_pictures(<folder> <drawings> <side>): the drawings resources/<drawings>/*.svg, as PNG pictures of
