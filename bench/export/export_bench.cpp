@@ -20,6 +20,7 @@
 #include "export/sqlite_export_window.h"
 #include "player/player_state.h"
 #include "scenes/scene.h"
+#include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "util/application_folder.h"
 #include "util/film_files.h"
@@ -54,6 +55,7 @@ public:
         VideoPath = folder.filePath(QStringLiteral("film") + QFileInfo(film).suffix().prepend('.'));
         if (!QFile::link(film, VideoPath))
             throw std::runtime_error("no link to the film");
+        sceneDialog = std::make_unique<TForm2>(&owner);
         list = std::make_unique<TForm3>(&owner);
         dialog = std::make_unique<TForm4>(&owner);
         window = std::make_unique<TForm5>(&owner);
@@ -98,6 +100,7 @@ public:
 
     QTemporaryDir folder;
     QWidget owner;
+    std::unique_ptr<TForm2> sceneDialog;
     std::unique_ptr<TForm3> list;
     std::unique_ptr<TForm4> dialog;
     std::unique_ptr<TForm5> window;
