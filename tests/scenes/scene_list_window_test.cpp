@@ -448,11 +448,14 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
             at = back ? at - 1 : at + 1;
         QCOMPARE(m_windows->rows(), states[at]);
     };
-    for (int i = 0; i < 60; ++i) {
-        const int choice = upTo(12);
-        // A text that something takes the place of is a new step, after which there is none to make again.
+    // A text that something takes the place of is a new step, after which there is none to make again.
+    const auto leaveText = [&] {
         if (dialog->state().isChanged())
             states.resize(at + 1);
+    };
+    for (int i = 0; i < 60; ++i) {
+        const int choice = upTo(12);
+        leaveText();
         m_grid->setRow(1 + upTo(m_grid->RowCount() - 1));
         if (choice < 3) {
             dialog->describeNewScene(QString::number(upTo(50)));
@@ -486,6 +489,7 @@ void SceneListWindowTest::everyChangeCanBeTakenBackAndMadeAgain()
         if (!dialog->isAdding() && !dialog->state().isChanged())
             QCOMPARE(dialog->Edit3->text(), m_grid->cell(TitleColumn, m_grid->Row()));
     }
+    leaveText();
     while (at > 0)
         go(true);
     while (at + 1 < states.size())
