@@ -137,8 +137,8 @@ private Q_SLOTS:
         QFETCH(const QString, film);
         QFETCH(const double, rate);
         const QTemporaryDir folder;
-        const QString video = open(film, folder);
-        QVERIFY(!video.isEmpty() && PAUSED);
+        const QString opened = open(film, folder);
+        QVERIFY(!opened.isEmpty() && PAUSED);
         press(Qt::Key_F6, {});
         press(Qt::Key_F5, {});
         addScene(2);
@@ -158,7 +158,7 @@ private Q_SLOTS:
         for (int row = 1; row < list.RowCount(); ++row) {
             const Scene scene = sceneAt(list, row);
             const QString name = scene.position + '_' + scene.length + ".gif";
-            const QString gif = video + ".images/" + name;
+            const QString gif = opened + ".images/" + name;
             const double start = scene.position == "3,9" ? 3 : scene.position.toDouble();
             QList<int> expected;
             for (int second = 0; second < std::ceil(scene.length.toDouble()); ++second)
@@ -169,7 +169,7 @@ private Q_SLOTS:
         }
         QProcess sqlite;
         sqlite.start("sqlite3",
-                     {video + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
+                     {opened + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
         QVERIFY(sqlite.waitForFinished());
         QCOMPARE(QString::fromUtf8(sqlite.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts), expectedRows);
 
@@ -178,8 +178,8 @@ private Q_SLOTS:
             return QDir(path).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         };
         files.sort();
-        QCOMPARE(everythingIn(video + ".images"), files);
-        const QString own = QFileInfo(video).fileName();
+        QCOMPARE(everythingIn(opened + ".images"), files);
+        const QString own = QFileInfo(opened).fileName();
         QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images"}));
     }
 
@@ -197,7 +197,7 @@ private Q_SLOTS:
         const QString trouble = QTest::currentDataTag();
         QFETCH(const QString, message);
         const QTemporaryDir folder;
-        const QString video = open(makeFilm(squareFilm), folder);
+        const QString opened = open(makeFilm(squareFilm), folder);
         for (const char *position : {"1", "9", "3"})
             addScene(position, "2", "");
         QProcess children;
@@ -212,7 +212,7 @@ private Q_SLOTS:
             if (trouble.endsWith("killed"))
                 kill(reader, SIGKILL);
             if (trouble.endsWith("deleted"))
-                QFile::remove(video);
+                QFile::remove(opened);
             if (trouble.endsWith("seconds")) {
                 kill(reader, SIGSTOP);
                 QProcess::startDetached("sh", {"-c", QString("sleep 10; kill -CONT %1").arg(reader)});
@@ -224,13 +224,13 @@ private Q_SLOTS:
         QCOMPARE(messages.last(), finished[0]);
         QVERIFY2(messages[0].contains(message), qPrintable(messages[0]));
         QCOMPARE(Form3->StringGrid1->RowCount(), 4);
-        if (!QFile::exists(video))
-            QVERIFY(QFile::copy(makeFilm(squareFilm), video));
+        if (!QFile::exists(opened))
+            QVERIFY(QFile::copy(makeFilm(squareFilm), opened));
 
         Form4->RadioGroup1->setItemIndex(1);
         QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
         for (const int start : {1, 9, 3})
-            QCOMPARE(picturesIn(video + QString(".images/%1_2.gif").arg(start)),
+            QCOMPARE(picturesIn(opened + QString(".images/%1_2.gif").arg(start)),
                      QList<int>({start * 25, start * 25 + 25}));
     }
 
@@ -244,9 +244,9 @@ private:
     /// Opens a copy of the film in the folder; the path of the copy.
     QString open(const QString &film, const QTemporaryDir &folder)
     {
-        const QString video = folder.filePath("фильм 'a' " + QFileInfo(film).fileName());
-        setOpenDialogAnswer([video] { return std::optional(video); });
-        if (!QFile::copy(film, video))
+        const QString opened = folder.filePath("фильм 'a' " + QFileInfo(film).fileName());
+        setOpenDialogAnswer([opened] { return std::optional(opened); });
+        if (!QFile::copy(film, opened))
             return {};
         press(Qt::Key_O);
         if (!OPENED || !QTest::qWaitFor([] { return GetPosition() > 0; }))
@@ -254,7 +254,7 @@ private:
         press(Qt::Key_P);
         press(Qt::Key_R);
         Form3->N12Click();
-        return video;
+        return opened;
     }
 
     /// Opens the window by its key, clicks the button and returns the messages; the window is closed behind an error.
