@@ -615,7 +615,7 @@ void TForm1::showOpenedVideo(const QString &filePath)
     ProgressBar1->setMax(seconds);
     StatusBar1[0]->setText(QStringLiteral("Продолжительность: ") + GetTimeForMovie(seconds));
     StatusBar1[2]->setText(videoInformation(srcWidth, srcHeight, fps));
-    StatusBar1.back()->clear();
+    StatusBar1.back()->setText(GraphName());
     // "[*]" in a title is the framework's own mark, which a doubled one escapes.
     setWindowTitle(QStringLiteral("Таврин - ")
                    + str_replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"), filePath));

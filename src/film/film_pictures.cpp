@@ -163,6 +163,14 @@ bool FilmPictures::hasIndex() const
     return m_body->film().hasIndex();
 }
 
+bool FilmPictures::areShownAsCoded() const
+{
+    const FilmFile &film = m_body->film();
+    const AVRational aspect = film.pixelAspect(nullptr);
+    const bool areSquare = aspect.num == 0 || aspect.num == aspect.den;
+    return areSquare && av_stream_get_side_data(&film.stream(), AV_PKT_DATA_DISPLAYMATRIX, nullptr) == nullptr;
+}
+
 std::int64_t FilmPictures::first() const
 {
     return m_body->first();

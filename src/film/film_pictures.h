@@ -41,6 +41,9 @@ public:
     /// False for transport and program streams: a demuxer that is sent to a moment begins anywhere before it.
     [[nodiscard]] bool hasIndex() const;
 
+    /// False if a player has to turn, mirror or stretch the pictures: their pixels are not square, or do not lie upright.
+    [[nodiscard]] bool areShownAsCoded() const;
+
     /// The time of the film's first picture: the film's zero.
     [[nodiscard]] std::int64_t first() const;
     /// The time of its last picture. It stands to the end of the film's longest stream.

@@ -164,6 +164,12 @@ public:
     /// What the library lacks to be used, in Russian, for the user; empty where nothing is known to be missing.
     [[nodiscard]] virtual QString lack() const { return {}; }
 
+    /// The library's name, for the user, where there is more than one; else empty.
+    [[nodiscard]] virtual QString name() const { return {}; }
+
+    /// The system that is to open the files that this one's graphs refuse to render; null where there is none.
+    [[nodiscard]] virtual GraphSystem *successor() { return nullptr; }
+
     [[nodiscard]] virtual Queried<GraphBuilder> createGraphBuilder() = 0;
 
     /// The level of the program's own sound, which outlives a session and can be changed from outside.

@@ -7,6 +7,8 @@
 namespace {
 
 GraphSystem *graphSystem = nullptr;
+/// Where the session's graph is from: `graphSystem` or one that takes what that refuses.
+GraphSystem *sessionSystem = nullptr;
 PlayerDisplay *display = nullptr;
 
 // The session's interfaces. The graph is declared first, so that it ends last.
@@ -36,7 +38,8 @@ void releaseSession()
     pEvent.reset();
     pControl.reset();
     pGraph.reset();
-    graphSystem->uninitialize();
+    sessionSystem->uninitialize();
+    sessionSystem = nullptr;
 }
 
 /// Asks for one interface and keeps it; false with the text shown and the session released if it is refused.
@@ -54,20 +57,21 @@ bool obtain(std::unique_ptr<Interface> &kept, Queried<Interface> queried, const 
 
 /// Builds the graph up to a picture in the panel. `placed` gets the status of placing it. False if the open has
 /// failed; what failed has been shown and released.
-bool buildGraph(const QString &filePath, Status &placed)
+bool buildGraph(GraphSystem &system, const QString &filePath, Status &placed)
 {
-    hr = graphSystem->initialize();
+    hr = system.initialize();
     if (failed(hr)) {
         display->showMessage(QStringLiteral("hdshow: CoInitialize() failure\n"));
         return false;
     }
-    Queried<GraphBuilder> graph = graphSystem->createGraphBuilder();
+    Queried<GraphBuilder> graph = system.createGraphBuilder();
     hr = graph.status;
     if (failed(hr) || !graph.object) {
         display->showMessage(QStringLiteral("hdshow: CoCreateInstance() failure\n"));
-        graphSystem->uninitialize();
+        system.uninitialize();
         return false;
     }
+    sessionSystem = &system;
     pGraph = std::move(graph.object);
 
     if (!obtain(pControl, pGraph->queryControl(), "hdshow: unable to obtain IMediaControl interface\n"))
@@ -81,6 +85,10 @@ bool buildGraph(const QString &filePath, Status &placed)
         return false;
 
     hr = pGraph->renderFile(filePath);
+    if (GraphSystem *successor = failed(hr) ? system.successor() : nullptr) {
+        releaseSession();
+        return buildGraph(*successor, filePath, placed);
+    }
     if (failed(hr)) {
         display->showMessage(QStringLiteral("Failed open file"));
         releaseSession();
@@ -139,7 +147,7 @@ void Open(const QString &filePath)
     releaseSession();
 
     Status placed = statusOk;
-    if (!buildGraph(filePath, placed))
+    if (!buildGraph(*graphSystem, filePath, placed))
         return;
 
     srcWidth = pBasVid->sourceWidth();
@@ -250,12 +258,18 @@ void SetRate(double rate)
 
 std::uint16_t GetVolume()
 {
-    return graphSystem->waveVolume().left;
+    return (sessionSystem ? sessionSystem : graphSystem)->waveVolume().left;
 }
 
 void SetVolume(std::uint16_t level)
 {
-    graphSystem->setWaveVolume({level, level});
+    for (GraphSystem *system = graphSystem; system; system = system->successor())
+        system->setWaveVolume({level, level});
+}
+
+QString GraphName()
+{
+    return sessionSystem ? sessionSystem->name() : QString();
 }
 
 void SetVideoRect(int width, int height)

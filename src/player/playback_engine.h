@@ -73,5 +73,8 @@ void SetRate(double rate);
 /// Sets the level of both channels, whether or not a film is open.
 void SetVolume(std::uint16_t level);
 
+/// The name of the library that plays the film, where there is more than one; else empty.
+[[nodiscard]] QString GraphName();
+
 /// Places the picture at (0, 0) of the panel with this size (logical pixels).
 void SetVideoRect(int width, int height);

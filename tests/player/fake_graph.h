@@ -34,10 +34,12 @@ public:
     int graphsAlive = 0;
     int graphsBuilt = 0;
     int initialized = 0;
+    GraphSystem *next = nullptr;
 
     Status initialize() override;
     void uninitialize() override { --initialized; }
     Queried<GraphBuilder> createGraphBuilder() override;
+    [[nodiscard]] GraphSystem *successor() override { return next; }
     WaveLevel waveVolume() override { return level; }
     void setWaveVolume(WaveLevel newLevel) override { level = newLevel; }
 

@@ -45,6 +45,7 @@ void GraphContractTest::init()
     Open(m_film);
     QCOMPARE(m_player->messages, QStringList());
     QVERIFY(OPENED && !PAUSED);
+    QCOMPARE(GraphName(), testedGraphName());
     // A film's sound may end some pictures after or before the last picture.
     QVERIFY(qAbs(Duration - pictures * unitsPerSecond / 25) <= unitsPerSecond / 10);
     QCOMPARE(QSize(srcWidth, srcHeight), QSize(320, 180));
@@ -124,6 +125,8 @@ double GraphContractTest::measuredRate(double filmSeconds)
 
 void GraphContractTest::everyRateIsTakenAndTold()
 {
+    if (!takesRates())
+        QSKIP("this graph runs at the rate 1 only");
     for (const double rate : {0.1, 0.25, 3.0, 6.0, 1.0}) {
         Play();
         SetRate(rate);

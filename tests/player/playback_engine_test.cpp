@@ -38,6 +38,7 @@ private Q_SLOTS:
     void openStartsPlayingAtRateOne();
     void eachFailingStepShowsItsText_data();
     void eachFailingStepShowsItsText();
+    void whatOneLibraryRefusesAnotherPlays();
     void commandsAreTakenOnce();
 
 private:
@@ -135,6 +136,26 @@ void PlaybackEngineTest::eachFailingStepShowsItsText()
     Open(m_film.fileName());
     QVERIFY(OPENED);
     QCOMPARE(m_system->graphsAlive, 1);
+}
+
+void PlaybackEngineTest::whatOneLibraryRefusesAnotherPlays()
+{
+    FakeGraphSystem second;
+    m_system->next = &second;
+    m_system->statuses["render"] = statusFailure;
+    for (int open = 0; open < 2; ++open) {
+        Open(m_film.fileName());
+        QVERIFY(OPENED && m_display->messages.isEmpty());
+        QVERIFY(m_system->graphsAlive == 0 && m_system->initialized == 0 && second.graphsAlive == 1);
+    }
+    SetVolume(7);
+    second.level.left = 9;
+    QVERIFY(m_system->level.left == 7 && GetVolume() == 9);
+    second.statuses["render"] = statusFailure;
+    Open(m_film.fileName());
+    QCOMPARE(m_display->messages, QStringList("Failed open file"));
+    QVERIFY(!OPENED && second.graphsAlive == 0 && second.initialized == 0);
+    releaseEngine();
 }
 
 void PlaybackEngineTest::commandsAreTakenOnce()

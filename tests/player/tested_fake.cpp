@@ -25,3 +25,13 @@ int shownNumber(QWidget &)
 {
     return fake->shownNumber();
 }
+
+QString testedGraphName()
+{
+    return QString();
+}
+
+bool takesRates()
+{
+    return true;
+}

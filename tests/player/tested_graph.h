@@ -13,3 +13,9 @@ class QWidget;
 
 /// The number painted into the picture that it shows in `panel`; -1 if it carries none.
 [[nodiscard]] int shownNumber(QWidget &panel);
+
+/// The name that it tells.
+[[nodiscard]] QString testedGraphName();
+
+/// False if its films run at the rate 1 only.
+[[nodiscard]] bool takesRates();

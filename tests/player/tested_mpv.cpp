@@ -28,3 +28,13 @@ int shownNumber(QWidget &panel)
         qFatal("pictures are drawn by the fallback");
     return paintedFrameNumber(panel.grab().toImage()).value_or(-1);
 }
+
+QString testedGraphName()
+{
+    return QStringLiteral("libmpv");
+}
+
+bool takesRates()
+{
+    return true;
+}

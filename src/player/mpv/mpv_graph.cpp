@@ -1,5 +1,7 @@
 #include "player/mpv/mpv_graph.h"
 
+#include "player/graph_system.h"
+
 #include <QWidget>
 
 #include <clocale>
@@ -149,4 +151,9 @@ void MpvGraphSystem::setWaveVolume(WaveLevel level)
     m_level = level;
     if (const auto session = m_session.lock())
         session->sound().setLevel(level.left);
+}
+
+std::unique_ptr<GraphSystem> createMpvGraphSystem(QWidget *panel)
+{
+    return std::make_unique<MpvGraphSystem>(panel);
 }

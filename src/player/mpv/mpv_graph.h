@@ -18,6 +18,7 @@ public:
 
     [[nodiscard]] Status initialize() override;
     void uninitialize() override {}
+    [[nodiscard]] QString name() const override { return QStringLiteral("libmpv"); }
     [[nodiscard]] Queried<GraphBuilder> createGraphBuilder() override;
     [[nodiscard]] WaveLevel waveVolume() override;
     void setWaveVolume(WaveLevel level) override;

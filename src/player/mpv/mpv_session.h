@@ -1,7 +1,7 @@
 #pragma once
 
 #include "player/graph.h"
-#include "player/mpv/known_pictures.h"
+#include "player/known_pictures.h"
 #include "player/mpv/mpv_core.h"
 #include "player/mpv/mpv_film.h"
 #include "player/mpv/mpv_sound.h"

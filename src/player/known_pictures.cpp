@@ -1,4 +1,4 @@
-#include "player/mpv/known_pictures.h"
+#include "player/known_pictures.h"
 
 #include "util/media_time.h"
 
@@ -14,9 +14,9 @@ constexpr qint64 longestQuestionMilliseconds = 1500;
 
 } // namespace
 
-std::unique_ptr<KnownPictures> KnownPictures::open(const QString &path, double coreZero)
+std::unique_ptr<KnownPictures> KnownPictures::open(const QString &path, double playerZero)
 {
-    std::unique_ptr<KnownPictures> known(new KnownPictures(coreZero));
+    std::unique_ptr<KnownPictures> known(new KnownPictures(playerZero));
     KnownPictures *asked = known.get();
     asked->m_asked.start();
     known->m_pictures = FilmPictures::open(QFile::encodeName(path).toStdString(), [asked] {
@@ -35,7 +35,7 @@ bool KnownPictures::mayAsk()
 std::int64_t KnownPictures::timeOf(double seconds) const
 {
     const FilmPictures::TimeBase base = m_pictures->timeBase();
-    return std::llround((seconds + m_coreZero) * base.denominator / base.numerator);
+    return std::llround((seconds + m_playerZero) * base.denominator / base.numerator);
 }
 
 KnownPictures::Neighbour KnownPictures::toSeconds(FilmPictures::Neighbour neighbour) const
@@ -50,7 +50,7 @@ std::optional<double> KnownPictures::at(double seconds)
 {
     // The container's own rounding, which is half a unit, is allowed for there.
     const double rounding = std::min(0.5 * m_pictures->secondsOf(1), momentTolerance);
-    const auto time = mayAsk() ? m_pictures->at(seconds + m_coreZero + momentTolerance - rounding) : std::nullopt;
+    const auto time = mayAsk() ? m_pictures->at(seconds + m_playerZero + momentTolerance - rounding) : std::nullopt;
     return time ? std::optional(secondsOf(*time)) : std::nullopt;
 }
 
