@@ -10,6 +10,11 @@ endif()
 # What such a folder finds, the folders that link its library know.
 set(CMAKE_FIND_PACKAGE_TARGETS_GLOBAL ON)
 
+# The executables of Windows stand alone, so that an archive that goes with a DLL is none for them.
+if(WIN32)
+  set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+endif()
+
 # What the Windows API is compiled with.
 set(TAVRIN_WINDOWS_DEFINITIONS UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
 
@@ -66,6 +71,13 @@ function(tavrin_program_part target)
   set_property(GLOBAL APPEND PROPERTY TAVRIN_PROGRAM_PARTS ${target})
 endfunction()
 
+# tavrin_manifest(<target>): the executable carries the manifest of packaging/windows, where there are manifests.
+function(tavrin_manifest target)
+  if(WIN32)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:tavrin_manifest>)
+  endif()
+endfunction()
+
 # tavrin_test(<name> SOURCES ... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one Qt Test executable,
 # registered with CTest; runs without a display through Qt's offscreen platform. The address sanitizer holds back only
 # little of what was freed: some tests watch that memory does not grow.
@@ -78,6 +90,7 @@ function(tavrin_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LINK} Qt6::Test tavrin_options)
+  tavrin_manifest(${name})
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;ASAN_OPTIONS=quarantine_size_mb=16")

@@ -46,7 +46,12 @@ void FRAME_READER::Run()
     m_blocks.close();
     m_opened = false;
     m_process.reset();
-    m_process = startHiddenProcess(m_exePath.toStdString(), m_shareName.toStdString());
+    // Where the names are the whole session's, a reader that stays there is another copy's, and its blocks too.
+    const auto patience = std::chrono::steady_clock::now() + retryInterval;
+    while (Check() && std::chrono::steady_clock::now() < patience)
+        std::this_thread::sleep_for(pollInterval);
+    if (!Check())
+        m_process = startHiddenProcess(m_exePath.toStdString(), m_shareName.toStdString());
     bool isThere = false;
     for (int round = 0; round < mutexRounds && !isThere && !hasEnded(); ++round)
         isThere = Check() || sleepUntil([this] { return Check(); });
@@ -221,6 +226,10 @@ void FRAME_READER::renewData(std::int32_t size)
 
 void FRAME_READER::throwIfEnded() const
 {
+    if (hasEnded() && Check())
+        throw UserError(QStringLiteral("Программу чтения кадров «%1» занимает другая копия программы. "
+                                       "Закройте её и повторите экспорт")
+                            .arg(m_exePath));
     if (!m_process)
         throw UserError(QStringLiteral("Не удалось запустить программу чтения кадров «%1»").arg(m_exePath)
                         + startRefusal());

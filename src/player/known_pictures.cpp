@@ -2,8 +2,6 @@
 
 #include "util/media_time.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <cmath>
 
@@ -19,7 +17,7 @@ std::unique_ptr<KnownPictures> KnownPictures::open(const QString &path, double p
     std::unique_ptr<KnownPictures> known(new KnownPictures(playerZero));
     KnownPictures *asked = known.get();
     asked->m_asked.start();
-    known->m_pictures = FilmPictures::open(QFile::encodeName(path).toStdString(), [asked] {
+    known->m_pictures = FilmPictures::open(path.toStdString(), [asked] {
         asked->m_isSlow = asked->m_isSlow || asked->m_asked.hasExpired(longestQuestionMilliseconds);
         return asked->m_isSlow;
     });

@@ -1,5 +1,7 @@
 #include "widgets/open_dialog.h"
 
+#include "platform/settings.h"
+
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -13,6 +15,7 @@ std::function<std::optional<QString>()> dialogAnswer;
 std::optional<QString> askUser(QWidget *owner, const QString &previous)
 {
     QFileDialog dialog(owner);
+    dialog.setOption(QFileDialog::DontUseNativeDialog, openDialogKeepsHistory());
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.resize(860, 520); // wide enough for names, sizes and dates
     if (!previous.isEmpty())

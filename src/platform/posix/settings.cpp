@@ -4,3 +4,8 @@ std::string noSettingsFolder()
 {
     return "/dev/null";
 }
+
+bool openDialogKeepsHistory()
+{
+    return false;
+}

@@ -4,3 +4,8 @@ std::string noSettingsFolder()
 {
     return R"(\\.\NUL)";
 }
+
+bool openDialogKeepsHistory()
+{
+    return true;
+}

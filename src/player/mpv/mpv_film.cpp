@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
-#include <QFile>
 
 #include <algorithm>
 #include <chrono>
@@ -83,7 +82,7 @@ Loaded waitForFirstPicture(MpvCore &core, VideoSurface &surface)
 
 Loaded load(MpvCore &core, VideoSurface &surface, const QString &path)
 {
-    if (!core.command({"loadfile", QFile::encodeName(path).constData()}))
+    if (!core.command({"loadfile", path.toUtf8().constData()}))
         return Loaded::NoFilm;
     return waitForFirstPicture(core, surface);
 }
