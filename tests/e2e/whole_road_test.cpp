@@ -1,6 +1,7 @@
 #include "films/film_maker.h"
 #include "films/film_witness.h"
 #include "gif_witness.h"
+#include "started_process.h"
 
 #include "app/main_window.h"
 #include "app/start_up.h"
@@ -18,17 +19,13 @@
 #include <QApplication>
 #include <QDir>
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
-#include <sys/types.h>
-
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <functional>
 
 namespace {
@@ -147,8 +144,12 @@ private Q_SLOTS:
         addScene("3,9", "1", "с запятой");
         addScene("1000", "1", "за концом");
         addScene("5", "0", "пустая");
+        press(Qt::Key_S);
         QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
         QCOMPARE(exportBy(Qt::Key_L, Form5, Form5->BitBtn2), finished);
+        // For same_outcome_test.
+        (void)outputOf("sh", {"-c", R"(rm -rf "$2"; mkdir -p "$2"; cp -r "$1".* "$2")", "sh", opened,
+                              QString(TAVRIN_OUTCOME_FOLDER) + '/' + QFileInfo(film).fileName()});
 
         // Every scene's GIF shows the pictures of its moments; what is asked for behind the end is the last picture.
         QStringList expectedRows;
@@ -167,11 +168,9 @@ private Q_SLOTS:
             files += name;
             expectedRows += QString("%1|%2|%3|%4").arg(row).arg(scene.title).arg(start).arg(QFileInfo(gif).size());
         }
-        QProcess sqlite;
-        sqlite.start("sqlite3",
-                     {opened + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
-        QVERIFY(sqlite.waitForFinished());
-        QCOMPARE(QString::fromUtf8(sqlite.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts), expectedRows);
+        const QByteArray rows = outputOf(
+            "sqlite3", {opened + ".db", "select id, title, printf('%.15g', position), length(image) from scenes"});
+        QCOMPARE(QString::fromUtf8(rows).split('\n', Qt::SkipEmptyParts), expectedRows);
 
         // Nothing else lies beside the film.
         const auto everythingIn = [](const QString &path) {
@@ -180,7 +179,7 @@ private Q_SLOTS:
         files.sort();
         QCOMPARE(everythingIn(opened + ".images"), files);
         const QString own = QFileInfo(opened).fileName();
-        QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images"}));
+        QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images", own + ".scenes"}));
     }
 
     void troubleCostsNoScene_data()
@@ -200,23 +199,18 @@ private Q_SLOTS:
         const QString opened = open(makeFilm(squareFilm), folder);
         for (const char *position : {"1", "9", "3"})
             addScene(position, "2", "");
-        QProcess children;
-        children.start("pgrep", {"-P", QString::number(QCoreApplication::applicationPid()), "FrameReader"});
-        QVERIFY(children.waitForFinished());
-        const pid_t reader = children.readAllStandardOutput().trimmed().toInt();
-        QVERIFY(reader > 0);
+        const StartedProcess reader("FrameReader");
+        QVERIFY(reader.isFound());
 
         const auto cause = connect(Form4, &QWidget::windowTitleChanged, this, [&](const QString &title) {
             if (!title.endsWith("1 из 3"))
                 return;
             if (trouble.endsWith("killed"))
-                kill(reader, SIGKILL);
+                reader.kill();
             if (trouble.endsWith("deleted"))
                 QFile::remove(opened);
-            if (trouble.endsWith("seconds")) {
-                kill(reader, SIGSTOP);
-                QProcess::startDetached("sh", {"-c", QString("sleep 10; kill -CONT %1").arg(reader)});
-            }
+            if (trouble.endsWith("seconds"))
+                reader.stopForTenSeconds();
         });
         const QStringList messages = exportBy(Qt::Key_G, Form4, Form4->BitBtn1);
         disconnect(cause);

@@ -28,14 +28,6 @@ const QString unevenTimes = "settb=1/90000,setpts='("
                             "if(lt(N,300),600000+(N-240)*5400,"
                             "924000+(N-300)*3000+900*sin(N*2.3)))))'";
 
-QByteArray outputIfGood(QProcess &process, const QString &what)
-{
-    if (process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
-        && process.exitCode() == 0)
-        return process.readAllStandardOutput();
-    throw std::runtime_error(what.toStdString() + ": " + process.readAllStandardError().toStdString());
-}
-
 QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
 {
     const bool painted = spec.graph.isEmpty();
@@ -57,17 +49,19 @@ QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
 
 void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString &path)
 {
-    QProcess paint;
-    QProcess encode;
-    if (spec.graph.isEmpty()) {
-        paint.setStandardOutputProcess(&encode);
-        paint.start(painter, {QString::number(spec.size.width()), QString::number(spec.size.height()),
-                              QString::number(spec.frames), spec.rate});
+    if (!spec.graph.isEmpty()) {
+        (void)outputOf("ffmpeg", ffmpegArguments(spec, path));
+        return;
     }
-    encode.start("ffmpeg", ffmpegArguments(spec, path));
-    (void)outputIfGood(encode, spec.file);
-    if (spec.graph.isEmpty())
-        (void)outputIfGood(paint, spec.file);
+    const QStringList both{"-c",
+                           R"("$1" "$2" "$3" "$4" "$5" | (shift 5; exec ffmpeg "$@"))",
+                           "sh",
+                           painter,
+                           QString::number(spec.size.width()),
+                           QString::number(spec.size.height()),
+                           QString::number(spec.frames),
+                           spec.rate};
+    (void)outputOf("sh", both + ffmpegArguments(spec, path));
 }
 
 } // namespace
@@ -132,8 +126,12 @@ const FilmSpec &standardFilm(const QString &file)
 QByteArray outputOf(const QString &program, const QStringList &arguments)
 {
     QProcess process;
-    process.start(program, arguments);
-    return outputIfGood(process, program + ' ' + arguments.join(' '));
+    process.start(program, arguments, QIODevice::ReadOnly);
+    if (process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
+        && process.exitCode() == 0)
+        return process.readAllStandardOutput();
+    throw std::runtime_error((program + ' ' + arguments.join(' ') + ": ").toStdString()
+                             + process.readAllStandardError().toStdString());
 }
 
 FilmSpec copied(FilmSpec film, double seconds)

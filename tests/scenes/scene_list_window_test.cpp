@@ -20,8 +20,6 @@
 
 #include <random>
 
-#include <sys/stat.h>
-
 class SceneListWindowTest : public QObject {
     Q_OBJECT
 
@@ -298,8 +296,8 @@ void SceneListWindowTest::whatFailsLeavesFileAndList()
     m_windows->write("film.avi.scenes", "old");
     showScenes(QStringList(1000, "1"));
     const QStringList before = m_windows->rows();
-    const QByteArray scenesFile = QFile::encodeName(VideoPath + ".scenes");
-    const QByteArray folder = QFile::encodeName(m_windows->folder.path());
+    const QString scenesFile = VideoPath + ".scenes";
+    const QString folder = m_windows->folder.path();
     const auto refused = [this](void (TForm3::*command)(), const char *reason) {
         const QString text = refusalOf([&] { (m_windows->list.get()->*command)(); });
         QVERIFY2(text.contains(VideoPath + ".scenes") && text.contains(reason), qPrintable(text));
@@ -310,13 +308,14 @@ void SceneListWindowTest::whatFailsLeavesFileAndList()
         const FullDisk disk(10'000);
         refused(&TForm3::Save1Click, "слишком велик");
     }
-    QVERIFY(chmod(folder, 0555) == 0 && chmod(scenesFile, 0) == 0);
+    QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x5555)) && QFile::setPermissions(scenesFile, {}));
     {
         const AsOrdinaryUser user;
         refused(&TForm3::Save1Click, "нет прав доступа");
         refused(&TForm3::Open1Click, "нет прав доступа");
     }
-    QVERIFY(chmod(folder, 0755) == 0 && chmod(scenesFile, 0644) == 0);
+    QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7755))
+            && QFile::setPermissions(scenesFile, QFile::Permissions(0x6644)));
     QCOMPARE(m_windows->content("film.avi.scenes"), QByteArray("old"));
     QCOMPARE(m_windows->rows(), before);
 
