@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 /// Longer than a decoder needs that begins at the key picture of the longest group.
 constexpr auto longestWait = 5s;
 constexpr auto lookAfter = 10ms;
-/// From when a picture has passed until the renderer has drawn it.
-constexpr auto drawingTime = 10ms;
+/// From when a picture has passed until the renderer has drawn it and a screen shows it.
+constexpr auto drawingTime = 20ms;
 
 /// Sound that outlasts the last picture by less is what an encoder leaves, and no part of the film (seconds).
 constexpr double shortestTail = 0.25;

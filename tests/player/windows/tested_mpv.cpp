@@ -17,3 +17,13 @@ int shownNumber(QWidget &panel)
 {
     return paintedFrameNumber(panel.grab().toImage()).value_or(-1);
 }
+
+QString testedGraphName()
+{
+    return QStringLiteral("libmpv");
+}
+
+bool takesRates()
+{
+    return true;
+}
