@@ -9,6 +9,7 @@
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
 #include "widgets/application_font.h"
+#include "widgets/disk_wait.h"
 #include "widgets/message_box.h"
 #include "widgets/style_manager.h"
 
@@ -68,6 +69,7 @@ int runProgram(int argc, char **argv)
         TApplication::setWindowIcon(QPixmap(QStringLiteral(":/app-icon/tavrin.png"), "PNG"));
         if (mainWindow.isVisible())
             TApplication::exec();
+        DiskWait::endSoon();
     } catch (const std::exception &error) {
         showError(QString::fromUtf8(error.what()));
     }

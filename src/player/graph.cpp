@@ -1,5 +1,7 @@
 #include "player/graph.h"
 
+#include "widgets/disk_wait.h"
+
 #include <QFileInfo>
 
 Status MediaSeeking::setPositions(MediaTime current, SeekTo picture)
@@ -33,5 +35,7 @@ MediaTime MediaSeeking::currentPosition()
 Status GraphBuilder::renderFile(const QString &path)
 {
     const QFileInfo file(path);
-    return file.isFile() ? doRenderFile(file.absoluteFilePath()) : statusFailure;
+    bool isFile = false;
+    waitForDisk([&] { isFile = file.isFile(); });
+    return isFile ? doRenderFile(file.absoluteFilePath()) : statusFailure;
 }

@@ -137,8 +137,9 @@ public:
     [[nodiscard]] virtual Queried<MediaSeeking> querySeeking() = 0;
     [[nodiscard]] virtual Queried<VideoWindow> queryVideoWindow() = 0;
 
-    /// Loads the file and builds what plays it, without starting. Blocks until its first picture is known. Nothing but
-    /// a regular local file is ever opened: no folder, pipe, device or address, whatever the name looks like.
+    /// Loads the file and builds what plays it, without starting. Blocks until its first picture is known, as DiskWait
+    /// does. Nothing but a regular local file is ever opened: no folder, pipe, device or address, whatever the name
+    /// looks like.
     [[nodiscard]] Status renderFile(const QString &path);
 
 private:

@@ -1,6 +1,7 @@
 #include "player/known_pictures.h"
 
 #include "util/media_time.h"
+#include "widgets/disk_wait.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,24 +11,42 @@ namespace {
 /// Longer than a busy machine needs, short enough for a window that waits for it.
 constexpr qint64 longestQuestionMilliseconds = 1500;
 
+/// A disk that gives nothing for longer hangs: the film is not to blame.
+constexpr qint64 longestReadMilliseconds = 100;
+
 } // namespace
+
+template <typename Question>
+std::invoke_result_t<Question> KnownPictures::ask(Question question)
+{
+    std::invoke_result_t<Question> answer{};
+    if (m_isSlow)
+        return answer;
+    m_readMilliseconds = 0;
+    m_sinceRead.start();
+    waitForDisk([&] { answer = question(); });
+    return answer;
+}
+
+bool KnownPictures::readsTooLong()
+{
+    m_readMilliseconds += std::min(m_sinceRead.restart(), longestReadMilliseconds);
+    m_isSlow = m_isSlow || m_readMilliseconds > longestQuestionMilliseconds;
+    return m_isSlow;
+}
 
 std::unique_ptr<KnownPictures> KnownPictures::open(const QString &path, double playerZero)
 {
     std::unique_ptr<KnownPictures> known(new KnownPictures(playerZero));
-    KnownPictures *asked = known.get();
-    asked->m_asked.start();
-    known->m_pictures = FilmPictures::open(path.toStdString(), [asked] {
-        asked->m_isSlow = asked->m_isSlow || asked->m_asked.hasExpired(longestQuestionMilliseconds);
-        return asked->m_isSlow;
+    known->m_pictures = known->ask([&path, asked = known.get()] {
+        return FilmPictures::open(path.toStdString(), [asked] { return asked->readsTooLong(); });
     });
     return known->m_pictures ? std::move(known) : nullptr;
 }
 
-bool KnownPictures::mayAsk()
+KnownPictures::~KnownPictures()
 {
-    m_asked.start();
-    return !m_isSlow;
+    waitForDisk([this] { m_pictures.reset(); });
 }
 
 std::int64_t KnownPictures::timeOf(double seconds) const
@@ -48,22 +67,23 @@ std::optional<double> KnownPictures::at(double seconds)
 {
     // The container's own rounding, which is half a unit, is allowed for there.
     const double rounding = std::min(0.5 * m_pictures->secondsOf(1), momentTolerance);
-    const auto time = mayAsk() ? m_pictures->at(seconds + m_playerZero + momentTolerance - rounding) : std::nullopt;
+    const double moment = seconds + m_playerZero + momentTolerance - rounding;
+    const auto time = ask([&] { return m_pictures->at(moment); });
     return time ? std::optional(secondsOf(*time)) : std::nullopt;
 }
 
 KnownPictures::Neighbour KnownPictures::before(double picture)
 {
-    return mayAsk() ? toSeconds(m_pictures->before(timeOf(picture))) : Neighbour();
+    return toSeconds(ask([&] { return m_pictures->before(timeOf(picture)); }));
 }
 
 KnownPictures::Neighbour KnownPictures::after(double picture)
 {
-    return mayAsk() ? toSeconds(m_pictures->after(timeOf(picture))) : Neighbour();
+    return toSeconds(ask([&] { return m_pictures->after(timeOf(picture)); }));
 }
 
 std::optional<double> KnownPictures::groupSeconds(double picture)
 {
-    const auto group = mayAsk() ? m_pictures->groupBegin(timeOf(picture)) : std::nullopt;
+    const auto group = ask([&] { return m_pictures->groupBegin(timeOf(picture)); });
     return group ? std::optional(group->secondsBefore) : std::nullopt;
 }

@@ -8,14 +8,18 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
-/// Which pictures a film has around a moment, as its packets tell, in the seconds
-/// of a player's clock. A question reads a little of
-/// the film's file; after one that takes too long, as on a disk that hangs, nothing is known any more.
+/// Which pictures a film has around a moment, as its packets tell, in the seconds of a player's clock. A question reads
+/// a little of the film's file and waits for its disk as DiskWait does; after one that reads for too long nothing is
+/// known any more.
 class KnownPictures {
 public:
-    /// Null if the film's packets tell no times. The player's zero is the container's time
-    /// `playerZero`.
+    ~KnownPictures();
+    KnownPictures(const KnownPictures &) = delete;
+    KnownPictures &operator=(const KnownPictures &) = delete;
+
+    /// Null if the film's packets tell no times. The player's zero is the container's time `playerZero`.
     [[nodiscard]] static std::unique_ptr<KnownPictures> open(const QString &path, double playerZero);
 
     [[nodiscard]] double first() const { return secondsOf(m_pictures->first()); }
@@ -39,13 +43,17 @@ public:
 
 private:
     explicit KnownPictures(double playerZero) : m_playerZero(playerZero) {}
-    [[nodiscard]] bool mayAsk();
+    /// What the film's packets answer; an empty answer once they are not asked any more.
+    template <typename Question>
+    [[nodiscard]] std::invoke_result_t<Question> ask(Question question);
+    [[nodiscard]] bool readsTooLong();
     [[nodiscard]] double secondsOf(std::int64_t time) const { return m_pictures->secondsOf(time) - m_playerZero; }
     [[nodiscard]] std::int64_t timeOf(double seconds) const;
     [[nodiscard]] Neighbour toSeconds(FilmPictures::Neighbour neighbour) const;
 
     double m_playerZero;
-    QElapsedTimer m_asked; ///< since the last question
-    bool m_isSlow = false; ///< a question took too long
+    QElapsedTimer m_sinceRead;     ///< since the question was asked or has read something
+    qint64 m_readMilliseconds = 0; ///< for the question
+    bool m_isSlow = false;         ///< a question has read for too long
     std::unique_ptr<FilmPictures> m_pictures;
 };

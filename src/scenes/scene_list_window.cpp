@@ -10,6 +10,7 @@
 #include "scenes/scenes_file.h"
 #include "scenes/window_placement.h"
 #include "util/film_files.h"
+#include "widgets/disk_wait.h"
 #include "widgets/icons.h"
 
 #include <QAccessibleWidget>
@@ -75,7 +76,9 @@ QAccessibleInterface *describeToReaders(const QString &, QObject *object)
 {
     std::string bytes;
     std::optional<GridCells> rows;
-    if (!readWholeFile(fileName.toStdU16String(), bytes))
+    std::error_code failure;
+    waitForDisk([&] { failure = readWholeFile(fileName.toStdU16String(), bytes); });
+    if (!failure)
         rows = readLineByLine(QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())));
     if (!rows)
         throw UserError(error);
@@ -243,7 +246,9 @@ void TForm3::Open1Click()
 void TForm3::openListOf(const QString &filmPath)
 {
     const QString fileName = scenesFileOf(filmPath);
-    if (filmPath.isEmpty() || !QFileInfo(fileName).exists() || QFileInfo(fileName).isDir())
+    bool isThere = false;
+    waitForDisk([&] { isThere = QFileInfo::exists(fileName) && !QFileInfo(fileName).isDir(); });
+    if (filmPath.isEmpty() || !isThere)
         return;
     const BusyPointer busy;
     const auto take = [this, filmPath, fileName](GridCells rows) {
@@ -252,7 +257,7 @@ void TForm3::openListOf(const QString &filmPath)
         showFact(QStringLiteral("Список прочитан"));
     };
     try {
-        XMLDocument1.LoadFromFile(fileName);
+        waitForDisk([&] { XMLDocument1.LoadFromFile(fileName); });
     } catch (const UserError &error) {
         throwWithOffer(error, fileName, take);
     }
@@ -384,7 +389,7 @@ QString TForm3::keepForeignList(const QString &fileName)
 void TForm3::noteSaved(const QString &fileName)
 {
     m_file = QFileInfo(fileName);
-    m_file.stat();
+    waitForDisk([this] { m_file.stat(); });
     const QString time = m_file.lastModified().toString(QStringLiteral("dd.MM.yyyy HH:mm:ss"));
     m_saved = QStringLiteral("Сохранён %1: %2").arg(time, QDir::toNativeSeparators(fileName));
     showState();

@@ -1,6 +1,7 @@
 #include "player/directshow/directshow_session.h"
 
 #include "util/media_time.h"
+#include "widgets/disk_wait.h"
 
 #include <QDir>
 
@@ -211,6 +212,8 @@ void DirectShowSession::goTo(double picture)
 
 void DirectShowSession::advance()
 {
+    if (DiskWait::putsOff(this, &DirectShowSession::advance))
+        return;
     if (!m_search)
         return;
     const auto begin = m_passing->begin();

@@ -1,7 +1,11 @@
 #include "player/mpv/mpv_core.h"
 
+#include "widgets/disk_wait.h"
+
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -139,6 +143,14 @@ bool MpvCore::command(std::initializer_list<const char *> words)
     return mpv_command(m_handle.get(), terminated.data()) >= 0;
 }
 
+void MpvCore::closeFilm()
+{
+    command({"stop"});
+    constexpr auto poll = std::chrono::milliseconds(1);
+    while (!string("path").isEmpty())
+        std::this_thread::sleep_for(poll);
+}
+
 void MpvCore::startCommand(const char *word)
 {
     const char *words[] = {word, nullptr};
@@ -172,7 +184,7 @@ void MpvCore::onWakeup(void *data)
 
 void MpvCore::drain()
 {
-    if (!m_handler)
+    if (!m_handler || DiskWait::putsOff(this, &MpvCore::drain))
         return;
     m_drainQueued = false;
     for (const mpv_event *event = &waitForEvent(0.0); event->event_id != MPV_EVENT_NONE; event = &waitForEvent(0.0))

@@ -36,6 +36,9 @@ public:
     bool setString(const char *property, const char *value);
     bool command(std::initializer_list<const char *> words);
 
+    /// Ends the film; returns once nothing reads from its file any more. For any thread.
+    void closeFilm();
+
     /// Does not wait for what comes of it.
     void startCommand(const char *word);
 
@@ -48,7 +51,7 @@ public:
     /// From now on events go to `handler`, from this thread's event loop and from `drain`.
     void handleEvents(std::function<void(const mpv_event &)> handler);
 
-    /// Hands over what has come, without waiting for the event loop.
+    /// Hands over what has come, without waiting for the event loop; later if a wait for the disk is under way.
     void drain();
 
 private:

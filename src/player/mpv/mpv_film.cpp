@@ -1,5 +1,7 @@
 #include "player/mpv/mpv_film.h"
 
+#include "widgets/disk_wait.h"
+
 #include <QByteArray>
 #include <QElapsedTimer>
 
@@ -39,13 +41,14 @@ enum class Loaded {
 
 Loaded waitForFirstPicture(MpvCore &core, VideoSurface &surface)
 {
-    QElapsedTimer waited;
-    waited.start();
+    DiskWait wait;
+    QElapsedTimer sinceLoaded;
     constexpr auto longestWait = std::chrono::minutes(1);
     constexpr double pollSeconds = 0.002;
     bool started = false;
     bool loaded = false;
-    while (!waited.hasExpired(std::chrono::milliseconds(longestWait).count())) {
+    while (!loaded || !sinceLoaded.hasExpired(std::chrono::milliseconds(longestWait).count())) {
+        wait.goOn();
         // The core waits for its picture to be taken, and nothing else runs on this thread meanwhile.
         surface.service();
         const mpv_event &event = core.waitForEvent(pollSeconds);
@@ -59,6 +62,7 @@ Loaded waitForFirstPicture(MpvCore &core, VideoSurface &surface)
             break;
         case MPV_EVENT_FILE_LOADED:
             loaded = started;
+            sinceLoaded.start();
             break;
         case MPV_EVENT_PLAYBACK_RESTART:
             if (loaded)

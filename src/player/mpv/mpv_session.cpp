@@ -1,5 +1,7 @@
 #include "player/mpv/mpv_session.h"
 
+#include "widgets/disk_wait.h"
+
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -36,8 +38,12 @@ MpvSession::MpvSession(VideoSurface &surface) : m_surface(surface), m_sound(m_co
 
 MpvSession::~MpvSession()
 {
-    if (m_attached)
-        m_surface.detach();
+    if (!m_attached)
+        return;
+    m_surface.disconnect(this);
+    // Drawing does not end before the core has let go of the film.
+    waitForDisk([this] { m_core.closeFilm(); }, [this] { m_surface.service(); });
+    m_surface.detach();
 }
 
 Status MpvSession::render(const QString &path)
@@ -68,10 +74,12 @@ bool MpvSession::goToFirst()
         pursue({0, SeekTo::Time});
         QElapsedTimer waited;
         waited.start();
+        DiskWait wait;
         constexpr auto longestWait = 10s;
         while (!isSettled() && !waited.hasExpired(std::chrono::milliseconds(longestWait).count())) {
             m_surface.service();
             m_command.pictureIsDrawn();
+            wait.goOn();
             QThread::usleep(std::chrono::microseconds(2ms).count());
         }
     }
@@ -331,6 +339,8 @@ void MpvSession::finish()
 
 void MpvSession::pictureDrawn()
 {
+    if (DiskWait::putsOff(this, &MpvSession::pictureDrawn))
+        return;
     m_toldAtPicture = m_told;
     m_command.pictureIsDrawn();
 }
