@@ -36,6 +36,8 @@ bool isPositive(AVRational rate)
 std::unique_ptr<FilmFile> FilmFile::open(const std::string &path, const Interrupted &interrupted,
                                          const Interrupted &ended)
 {
+    // What is wrong with a film is told by what it shows, not in a terminal.
+    av_log_set_level(AV_LOG_QUIET);
     std::unique_ptr<FilmFile> file(new FilmFile(path, ended));
     if (!isRegularFile(path) || !file->openInput() || !file->openContext(interrupted))
         return nullptr;
