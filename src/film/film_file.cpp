@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -44,6 +45,7 @@ std::unique_ptr<FilmFile> FilmFile::open(const std::string &path, const Interrup
     // Until it has moved once, a Matroska file does not know its index.
     if (std::string_view(file->m_context->iformat->name).starts_with("matroska") && !file->rewind())
         return nullptr;
+    file->m_marksKeys = file->areMarksTrue();
     return file;
 }
 
@@ -159,6 +161,63 @@ bool FilmFile::prepareOrder()
     return true;
 }
 
+// A film's first packet is a key, and the second is none, almost always; what is marked otherwise is tried.
+bool FilmFile::areMarksTrue()
+{
+    std::deque<Packet> looked;
+    const auto lookUpTo = [&](std::size_t count) {
+        while (looked.size() < count) {
+            Packet packet = readStream();
+            if (!packet)
+                break;
+            looked.push_back(std::move(packet));
+        }
+        return looked.size() >= count;
+    };
+    const auto isMarked = [](const Packet &packet) { return (packet->flags & AV_PKT_FLAG_KEY) != 0; };
+    const auto areTrue = [&] {
+        constexpr std::size_t fewest = 2;
+        constexpr std::size_t most = 16;
+        if (!lookUpTo(fewest))
+            return true;
+        const bool marked = isMarked(looked[0]);
+        if (marked && !isMarked(looked[1]))
+            return true;
+        const AVCodecDescriptor *codec = avcodec_descriptor_get(m_stream->codecpar->codec_id);
+        if (marked && codec != nullptr && (codec->props & AV_CODEC_PROP_INTRA_ONLY) != 0)
+            return true;
+        (void)lookUpTo(most);
+        // What begins in a group has a key farther on.
+        if (!marked && std::any_of(looked.begin(), looked.end(), isMarked))
+            return true;
+        return beginsWithKey(looked, marked ? 1 : 0) == marked;
+    };
+    const bool result = areTrue();
+    std::move(m_unread.begin(), m_unread.end(), std::back_inserter(looked));
+    m_unread = std::move(looked);
+    m_atEnd = false;
+    return result;
+}
+
+// Whether the first picture that a decoder makes of the packets needs no other.
+bool FilmFile::beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const
+{
+    const AVCodec *codec = avcodec_find_decoder(m_stream->codecpar->codec_id);
+    const CodecContext decoder(codec == nullptr ? nullptr : avcodec_alloc_context3(codec));
+    const Frame picture(av_frame_alloc());
+    if (!decoder || !picture || avcodec_parameters_to_context(decoder.get(), m_stream->codecpar) < 0)
+        return false;
+    decoder->thread_count = 1;
+    if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
+        return false;
+    for (; from <= packets.size(); ++from) {
+        (void)avcodec_send_packet(decoder.get(), from < packets.size() ? packets[from].get() : nullptr);
+        if (avcodec_receive_frame(decoder.get(), picture.get()) >= 0)
+            return picture->key_frame != 0 || picture->pict_type == AV_PICTURE_TYPE_I;
+    }
+    return false;
+}
+
 // What the film is like
 
 const AVCodecParameters &FilmFile::parameters() const
@@ -198,10 +257,17 @@ std::int64_t FilmFile::duration() const
 std::int64_t FilmFile::pictureCount() const
 {
     if (m_stream->nb_frames > 0)
-        return m_stream->nb_frames;
+        return m_stream->nb_frames - picturesBeforeEdit();
     const AVRational length = av_mul_q(av_inv_q(frameRate()), av_inv_q(m_stream->time_base));
     // What does not fit is a number below zero.
     return length.num > 0 ? std::max<std::int64_t>(av_rescale(duration(), length.den, length.num), 0) : 0;
+}
+
+// As many pictures are shown before a time as decoded before it, but for those that wait in the decoder.
+std::int64_t FilmFile::picturesBeforeEdit() const
+{
+    const int decoded = editStart() < 0 ? 0 : av_index_search_timestamp(m_stream, editStart(), AVSEEK_FLAG_ANY);
+    return std::clamp<std::int64_t>(decoded - m_stream->codecpar->video_delay, 0, m_stream->nb_frames - 1);
 }
 
 AVRational FilmFile::pixelAspect(const AVFrame *picture) const

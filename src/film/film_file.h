@@ -30,7 +30,7 @@ public:
     [[nodiscard]] AVRational frameRate() const;
     /// Duration of the pictures in the stream's time base; 0 if it is not known.
     [[nodiscard]] std::int64_t duration() const;
-    /// Number of pictures; 0 if the container gives no way to know it.
+    /// Number of pictures that are shown; 0 if the container gives no way to know it.
     [[nodiscard]] std::int64_t pictureCount() const;
     /// Pixel aspect ratio of a picture, or of the stream where there is none; 0/1 or 1/1 for square pixels.
     [[nodiscard]] AVRational pixelAspect(const AVFrame *picture) const;
@@ -42,6 +42,10 @@ public:
     [[nodiscard]] bool knowsTimes() const;
     /// What is shown before this time is left out by the container's edit list.
     [[nodiscard]] std::int64_t editStart() const;
+
+    /// True if decoding can start where packets are marked as keys. False if a decoder does not bear the marks out, or
+    /// there are none: decoding starts at the film's first packet then.
+    [[nodiscard]] bool marksKeys() const { return m_marksKeys; }
 
     /// The next packet in decoding order, or null at the end. `pts` is set wherever the film gives a way to know it.
     [[nodiscard]] Packet read();
@@ -73,7 +77,10 @@ private:
     [[nodiscard]] bool readHeader();
     [[nodiscard]] bool chooseStream();
     [[nodiscard]] bool prepareOrder();
+    [[nodiscard]] bool areMarksTrue();
+    [[nodiscard]] bool beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const;
     [[nodiscard]] Packet readStream();
+    [[nodiscard]] std::int64_t picturesBeforeEdit() const;
     void countByIndex(AVPacket &packet) const;
     void addPalette(AVPacket &packet) const;
     [[nodiscard]] Packet readFiltered();
@@ -101,6 +108,7 @@ private:
     bool m_orderEnded = false;
     bool m_paletteIsDue = false; ///< the next packet comes from elsewhere in the film
     bool m_atEnd = false;
+    bool m_marksKeys = true;
     std::int64_t m_lastSlot = AV_NOPTS_VALUE;
     std::deque<Packet> m_unread; ///< of the stream, before filter and order
     Packet m_first;              ///< the first packet, without data

@@ -50,6 +50,8 @@ public:
     [[nodiscard]] const FilmFile &film() const { return *m_film; }
     [[nodiscard]] const PacketStretch &stretch() const { return m_stretch; }
     [[nodiscard]] std::int64_t first() const { return m_first; }
+    /// Decoding time of the first packet.
+    [[nodiscard]] std::int64_t begin() const { return m_begin; }
 
     [[nodiscard]] bool findFirst()
     {
@@ -125,7 +127,7 @@ private:
     PacketStretch m_stretch;
     std::int64_t m_second;      ///< in units of the time base
     std::int64_t m_groupLength; ///< the longest that was met, and a little more
-    std::int64_t m_begin = 0;   ///< decoding time of the first packet
+    std::int64_t m_begin = 0;
     std::int64_t m_first = 0;
 };
 
@@ -160,7 +162,7 @@ double FilmPictures::frameRate() const
 
 bool FilmPictures::hasIndex() const
 {
-    return m_body->film().hasIndex();
+    return m_body->film().hasIndex() && m_body->film().marksKeys();
 }
 
 bool FilmPictures::areShownAsCoded() const
@@ -219,10 +221,15 @@ FilmPictures::Neighbour FilmPictures::after(std::int64_t time)
 std::optional<FilmPictures::GroupBegin> FilmPictures::groupBegin(std::int64_t time)
 {
     const auto picture = pictureAt(time);
-    const PacketPlace *key = picture ? m_body->stretch().keyFor(*picture) : nullptr;
-    if (key == nullptr)
+    if (!picture)
         return std::nullopt;
-    const std::int64_t decoded = std::min(key->decoded, key->shown);
-    const double margin = m_body->film().hasIndex() ? 0.0 : demuxerMargin;
-    return GroupBegin{key->shown, decoded, secondsOf(*picture - decoded) + margin};
+    GroupBegin begin{first(), std::min(m_body->begin(), first())};
+    if (m_body->film().marksKeys()) {
+        const PacketPlace *key = m_body->stretch().keyFor(*picture);
+        if (key == nullptr)
+            return std::nullopt;
+        begin = {key->shown, std::min(key->decoded, key->shown)};
+    }
+    begin.secondsBefore = secondsOf(*picture - begin.decoded) + (m_body->film().hasIndex() ? 0.0 : demuxerMargin);
+    return begin;
 }

@@ -38,7 +38,8 @@ public:
     /// Pictures a second: the stream's average rate, else the rate its times suggest, else 25.
     [[nodiscard]] double frameRate() const;
 
-    /// False for transport and program streams: a demuxer that is sent to a moment begins anywhere before it.
+    /// False for transport and program streams, and where what is marked as a key picture is none: a demuxer that is
+    /// sent to a moment begins anywhere before it.
     [[nodiscard]] bool hasIndex() const;
 
     /// False if a player has to turn, mirror or stretch the pictures: their pixels are not square, or do not lie upright.

@@ -73,7 +73,8 @@ std::optional<PacketPlace> PacketStretch::readPlace()
     place.position = packet->pos;
     place.tellsDecoding = packet->dts != AV_NOPTS_VALUE;
     place.decoded = place.tellsDecoding ? packet->dts : packet->pts;
-    place.isKey = packet->pts != AV_NOPTS_VALUE && m_kinds.isKey(*packet);
+    // Where nothing is marked rightly, times are told from anywhere on.
+    place.isKey = packet->pts != AV_NOPTS_VALUE && (!m_film.marksKeys() || m_kinds.isKey(*packet));
     place.recovery = place.isKey ? m_kinds.recovery(*packet) : 0;
     if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || !m_kinds.isShown(*packet))
         return place;

@@ -79,6 +79,8 @@ bool DecodingRun::isWorthGoingOn(std::int64_t time) const
 {
     if (!m_standing || m_decoder->isDrained() || !couldStillCome(time))
         return false;
+    if (!m_film.marksKeys())
+        return true;
     const std::int64_t here = m_lastShown.value_or(m_startKey);
     if (here == earliestTime)
         return false;

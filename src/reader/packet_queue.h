@@ -26,7 +26,7 @@ public:
     void append(Packet packet);
 
     /// True if decoding can probably start at this packet of the film.
-    [[nodiscard]] bool isKey(const AVPacket &packet) const { return m_kinds.isKey(packet); }
+    [[nodiscard]] bool isKey(const AVPacket &packet) const { return m_film.marksKeys() && m_kinds.isKey(packet); }
 
     [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
     [[nodiscard]] bool isEnded() const { return m_ended; }

@@ -96,7 +96,7 @@ PictureFinder::Result PictureFinder::seekAndDecode(std::int64_t time, const Inte
 
     std::optional<std::int64_t> failedKey;
     std::int64_t back = second;
-    for (std::int64_t seekTime = from; seekTime > m_zero;) {
+    for (std::int64_t seekTime = from; m_film->marksKeys() && seekTime > m_zero;) {
         if (interrupted())
             return Result::Stopped;
         std::optional<std::int64_t> keySlot;

@@ -92,6 +92,8 @@ std::vector<TriedFilm> triedFilms()
         {spec("wmv2.wmv", "-c:v wmv2 -q:v 4 -g 30")},
         {spec("theora.ogv", "-c:v libtheora -q:v 7 -g 32")},
         {spec("mpeg4.avi", "-c:v mpeg4 -q:v 4 -g 100")},
+        {spec("h261.avi", "-vf scale=176:144 -c:v h261 -q:v 4")},
+        {spec("h263.mkv", "-vf scale=176:144 -c:v h263 -q:v 4 -g 40")},
         {sparseAvi},
         {single},
         {.made = spec("mpeg4_b.avi", "-c:v mpeg4 -q:v 4 -g 30 -bf 2"), .known = Known::No},
@@ -134,7 +136,7 @@ QHash<std::int64_t, QString> decodedPictures(const QString &path, std::optional<
         arguments += {"-noaccurate_seek", "-seek_timestamp", "1", "-ss", demuxerStart(path, *from)};
     if (path.endsWith(".mp4") || path.endsWith(".mov"))
         arguments += {"-advanced_editlist", "0"};
-    arguments += {"-i", path, "-frames:v", from ? "330" : "1000"};
+    arguments += {"-i", path, "-frames:v", "1000"};
     arguments += QString("-map 0:v:0 -copyts -vsync passthrough -enc_time_base -1 -f framemd5 pipe:1").split(' ');
     QHash<std::int64_t, QString> pictures;
     for (const QString &line : lines("ffmpeg", arguments)) {

@@ -31,6 +31,12 @@ ReaderFilm uneven(const QString &file, const QString &video, const QString &cont
     return {.made = film, .gaps = true};
 }
 
+FilmSpec brief(FilmSpec film)
+{
+    film.frames = 40;
+    return film;
+}
+
 std::vector<ReaderFilm> allFilms()
 {
     const QString x264 = "-c:v libx264 -preset veryfast -pix_fmt yuv420p -x264-params ";
@@ -117,6 +123,10 @@ std::vector<ReaderFilm> allFilms()
         {spec("mpeg2_interlaced.mpg", mpeg2 + interlaced + " -top 0", "-f vob")},
         {.made = spec("dv.avi", dv), .anamorphic = true},
         {.made = spec("dv.dv", dv), .anamorphic = true},
+        // Every picture is marked as a key, whatever it needs.
+        {.made = brief(spec("h261.avi", "-vf scale=176:144 -c:v h261 -q:v 4")), .anamorphic = true},
+        {.made = brief(spec("h263.mkv", "-vf scale=176:144 -c:v h263 -q:v 4 -g 30")), .anamorphic = true},
+        {brief(spec("gif.mkv", "-c:v gif"))},
         {.made = spec("anamorphic.mp4", "-vf setsar=12/11 " + bFrames), .anamorphic = true},
         {rotated},
         // Pictures at their own times.
