@@ -35,7 +35,7 @@ constexpr std::array<CoreOption, 11> neededOptions{{
 }};
 
 /// A build that does not know one of these is a build without what it switches off, or one that does without.
-constexpr std::array<CoreOption, 23> wishedOptions{{
+constexpr std::array<CoreOption, 25> wishedOptions{{
     // Nothing of the user's own player set-up, and nothing written.
     {"load-scripts", "no"},
     {"ytdl", "no"},
@@ -54,6 +54,9 @@ constexpr std::array<CoreOption, 23> wishedOptions{{
     {"audio-display", "no"},
     {"sid", "no"},
     {"cache", "no"},
+    // Without it a seek that meets the selection of the sound loses its first packet, which is a key picture's.
+    {"demuxer-seekable-cache", "yes"},
+    {"demuxer-max-back-bytes", "0"},
     // What is transparent lies on black, whichever way it is drawn.
     {"alpha", "blend"},
     // Sound at every speed of the track bar: without a named filter there is none beyond 0.25 to 8, and scaletempo2
