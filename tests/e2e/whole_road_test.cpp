@@ -1,6 +1,7 @@
 #include "films/film_maker.h"
 #include "films/film_witness.h"
 #include "gif_witness.h"
+#include "random_seed.h"
 #include "started_process.h"
 
 #include "app/main_window.h"
@@ -13,6 +14,7 @@
 #include "player/player_state.h"
 #include "scenes/scene_dialog.h"
 #include "scenes/scene_list_window.h"
+#include "scenes/string_grid.h"
 #include "widgets/message_box.h"
 #include "widgets/open_dialog.h"
 
@@ -20,6 +22,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -47,6 +50,18 @@ const FilmSpec plainFilm{.file = "plain.avi",
                          .frames = 500,
                          .rate = "30/1",
                          .video = {"-vf", "pad=320:400", "-c:v", "mpeg4", "-q:v", "3", "-g", "250"}};
+
+/// A film whose pictures are as large as a GIF's.
+FilmSpec markedFilm(const QString &suffix, const QString &rate)
+{
+    const bool mpeg4 = suffix == "avi";
+    const QString video = mpeg4 ? "-c:v mpeg4 -q:v 3 -g 50" : "-c:v mpeg2video -q:v 3 -g 15 -bf 2";
+    const bool h264 = suffix == "mp4" || suffix == "mkv";
+    return {.file = "marked_" + QString(rate).replace('/', '_') + '.' + suffix,
+            .size = {200, 200},
+            .rate = rate,
+            .video = h264 ? groups : video.split(' ')};
+}
 
 /// A key, to the main window.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::ControlModifier)
@@ -182,6 +197,48 @@ private Q_SLOTS:
         QCOMPARE(everythingIn(folder.path()), QStringList({own, own + ".db", own + ".images", own + ".scenes"}));
     }
 
+    void aMarkIsItsPictureEverywhere_data()
+    {
+        QTest::addColumn<FilmSpec>("film");
+        for (const char *rate :
+             {"24000/1001", "24/1", "25/1", "30000/1001", "30/1", "48/1", "50/1", "60000/1001", "60/1"})
+            for (const char *suffix : {"mp4", "mkv", "mpg", "ts", "avi"})
+                QTest::addRow("%s %s", rate, suffix) << markedFilm(suffix, rate);
+    }
+
+    /// On the screen, after a double click on its row, at its GIF's beginning and by its start's product with the rate.
+    void aMarkIsItsPictureEverywhere()
+    {
+        QFETCH(const FilmSpec, film);
+        const QTemporaryDir folder;
+        const QString video = open(makeFilm(film), folder);
+        QVERIFY(!video.isEmpty() && PAUSED);
+        QRandomGenerator random(randomSeed());
+        QList<int> marked;
+        for (int mark = qEnvironmentVariableIsSet("TAVRIN_THOROUGH") ? 40 : 3; mark > 0; --mark) {
+            SetPosition(random.bounded(static_cast<qint64>(Duration)));
+            marked += shownPicture();
+            press(Qt::Key_B);
+            Form2->Edit2->setText("1");
+            addShownScene("");
+        }
+        QCOMPARE(exportBy(Qt::Key_G, Form4, Form4->BitBtn1), finished);
+        const QStringList parts = film.rate.split('/');
+        const double rate = parts[0].toDouble() / parts[1].toDouble();
+        TStringGrid *grid = Form3->StringGrid1;
+        QCOMPARE(grid->RowCount(), marked.size() + 1);
+        for (int row = 1; row < grid->RowCount(); ++row) {
+            grid->showRow(row);
+            const QPoint place = grid->visualRect(grid->model()->index(row - 1, 0)).center();
+            QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, place);
+            const int picture = shownPicture();
+            const QString start = sceneAt(grid->cells(), row).position;
+            const QList<int> inGif = picturesIn(video + ".images/" + start + "_1.gif");
+            const QList<int> named{picture, inGif.value(0), static_cast<int>(rate * start.toDouble())};
+            QCOMPARE(named, QList<int>(3, marked[row - 1]));
+        }
+    }
+
     void troubleCostsNoScene_data()
     {
         QTest::addColumn<QString>("message");
@@ -249,6 +306,15 @@ private:
         press(Qt::Key_R);
         Form3->N12Click();
         return opened;
+    }
+
+    /// The number that the picture in the main window carries, once what was asked for is there.
+    static int shownPicture()
+    {
+        if (!QTest::qWaitFor(IsSettled))
+            return -1;
+        QCoreApplication::processEvents();
+        return paintedFrameNumber(Form1->Panel3->grab().toImage()).value_or(-1);
     }
 
     /// Opens the window by its key, clicks the button and returns the messages; the window is closed behind an error.

@@ -13,10 +13,11 @@ namespace {
 
 constexpr int makingMilliseconds = 1'200'000;
 
+const QStringList x264 = {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-x264-params"};
 // Groups of 250 pictures with three B pictures between references, whatever the content.
-const QStringList h264 = {
-    "-c:v", "libx264",  "-preset", "veryfast",     "-crf",
-    "23",   "-pix_fmt", "yuv420p", "-x264-params", "keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
+const QStringList h264 = x264 + QStringList{"keyint=250:min-keyint=250:scenecut=0:bframes=3:b-adapt=0"};
+const QStringList openGroups = x264 + QStringList{"keyint=250:min-keyint=25:open-gop=1"};
+const QStringList x265 = {"-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-x265-params"};
 const QStringList aac = {"-c:a", "aac", "-b:a", "64k"};
 const QStringList mp2 = {"-c:a", "mp2", "-b:a", "128k"};
 const QStringList mpeg2 = {"-c:v", "mpeg2video", "-q:v", "4", "-g", "15", "-bf", "2"};
@@ -27,6 +28,11 @@ const QString unevenTimes = "settb=1/90000,setpts='("
                             "if(lt(N,240),420000+(N-140)*1800,"
                             "if(lt(N,300),600000+(N-240)*5400,"
                             "924000+(N-300)*3000+900*sin(N*2.3)))))'";
+
+// What records a screen: pictures a few milliseconds apart, and seconds without any.
+const QStringList seldom = {
+    "-vf",   "settb=1/1000,setpts='N*40+floor(N/40)*1900+3*mod(N*7,11)'", "-vsync", "passthrough", "-enc_time_base:v",
+    "1/1000"};
 
 QStringList ffmpegArguments(const FilmSpec &spec, const QString &output)
 {
@@ -81,15 +87,19 @@ const std::vector<FilmSpec> &standardFilms()
         {.file = "mpeg2_program.mpg", .video = mpeg2, .audio = mp2, .container = {"-f", "vob"}},
         {.file = "mpeg2_transport.ts", .video = mpeg2, .audio = mp2, .container = {"-output_ts_offset", "3600"}},
         // Recordings and stream downloads: no index, and decoders that begin within a group go wrong.
-        {.file = "h264_open_groups.ts",
-         .video = {"-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-x264-params",
-                   "keyint=250:min-keyint=25:open-gop=1"},
-         .audio = mp2,
-         .container = {"-output_ts_offset", "3600"}},
+        {.file = "h264_12.ts", .video = x264 + QStringList{"keyint=12:min-keyint=12:scenecut=0"}, .audio = mp2},
+        {.file = "h264_open_groups.ts", .video = openGroups, .audio = mp2, .container = {"-output_ts_offset", "3600"}},
+        cut({.file = "h264_cut.ts", .video = openGroups, .audio = mp2}, 188 * 100),
+        {.file = "hevc_12.ts", .video = x265 + QStringList{"log-level=none:keyint=12:open-gop=0"}, .audio = mp2},
         {.file = "hevc.ts",
-         .video = {"-c:v", "libx265", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-x265-params",
-                   "log-level=none:keyint=50:min-keyint=50:scenecut=0"},
+         .video = x265 + QStringList{"log-level=none:keyint=50:min-keyint=50:scenecut=0"},
          .audio = mp2},
+        cut({.file = "hevc_250.ts", .video = x265 + QStringList{"log-level=none:keyint=250:min-keyint=20"}}, 188 * 100),
+        // Copies with an edit list: what begins in a group, and what begins late.
+        copied({.file = "cut.mp4", .video = h264, .audio = aac}, 4.3),
+        copied({.file = "cut_open.mov", .video = openGroups}, 4.3),
+        {.file = "late.mp4", .video = h264, .audio = aac, .container = {"-output_ts_offset", "5.5"}},
+        {.file = "sound_outlasts.mp4", .video = h264, .audio = QStringList{"-af", "apad=pad_dur=3"} + aac},
         {.file = "sparse.avi",
          .rate = "15/1",
          .video = {"-vf", "settb=1/15,setpts='N*3+mod(N*7,3)'", "-vsync", "passthrough", "-enc_time_base:v", "1/15",
@@ -100,6 +110,8 @@ const std::vector<FilmSpec> &standardFilms()
          .video = {"-c:v", "libvpx-vp9", "-deadline", "good", "-cpu-used", "5", "-row-mt", "1", "-g", "250", "-crf",
                    "34", "-b:v", "0"},
          .audio = {"-c:a", "libopus", "-b:a", "48k"}},
+        {.file = "screen.mkv", .video = seldom + h264, .audio = aac, .constantRate = false},
+        {.file = "screen.mp4", .video = seldom + h264, .audio = {}, .constantRate = false},
         {.file = "phone_variable.mp4",
          .size = {270, 480},
          .rate = "30/1",

@@ -1,5 +1,6 @@
 #include "film_witness.h"
 
+#include "film_maker.h"
 #include "film_pattern.h"
 
 #include <QRect>
@@ -62,4 +63,30 @@ std::optional<int> paintedFrameNumber(const QImage &picture)
     if (film_pattern::bandOf(number) != bits)
         return std::nullopt;
     return static_cast<int>(number);
+}
+
+std::vector<DecodedPicture> decodedPictures(const QString &path, bool beginsInGroup)
+{
+    constexpr int side = 320;
+    const QByteArray pixels =
+        outputOf("ffmpeg", {"-nostdin", "-v", "quiet", "-i", path, "-map", "0:v:0", "-vsync", "passthrough", "-vf",
+                            "scale=320:320", "-pix_fmt", "gray", "-f", "rawvideo", "pipe:1"});
+    const QByteArray told = outputOf("ffprobe", {"-v", "quiet", "-select_streams", "v:0", "-show_entries",
+                                                 "frame=key_frame,best_effort_timestamp_time", "-of", "csv=p=0", path});
+    std::vector<DecodedPicture> pictures;
+    const char *next = pixels.constData();
+    double first = 0.0;
+    for (const QByteArray &line : told.split('\n')) {
+        const QList<QByteArray> fields = line.split(',');
+        if (fields.size() < 2 || next == pixels.constEnd())
+            continue;
+        const double seconds = fields[1].toDouble();
+        if (pictures.empty())
+            first = seconds;
+        const QImage picture(reinterpret_cast<const uchar *>(next), side, side, side, QImage::Format_Grayscale8);
+        if (!pictures.empty() || !beginsInGroup || fields[0] == "1")
+            pictures.push_back({seconds - first, paintedFrameNumber(picture).value_or(-1)});
+        next += qsizetype(side) * side;
+    }
+    return pictures;
 }
