@@ -227,7 +227,10 @@ const AVCodecParameters &FilmFile::parameters() const
 
 AVRational FilmFile::frameRate() const
 {
-    for (const AVRational rate : {m_stream->avg_frame_rate, m_stream->r_frame_rate}) {
+    // GXF tells the rate of fields for an average.
+    const bool countsFields = std::string_view(m_context->iformat->name) == "gxf";
+    const AVRational told = m_stream->r_frame_rate;
+    for (const AVRational rate : {countsFields ? told : m_stream->avg_frame_rate, told}) {
         if (isPositive(rate))
             return rate;
     }
