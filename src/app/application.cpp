@@ -2,7 +2,6 @@
 
 #include "platform/settings.h"
 #include "util/user_error.h"
-#include "widgets/application_font.h"
 #include "widgets/message_box.h"
 
 #include <QLibraryInfo>
@@ -51,9 +50,6 @@ void showCurrentError()
 
 bool TApplication::notify(QObject *receiver, QEvent *event)
 {
-    // A desktop whose theme has changed, or is known only now, brings its own fonts for menus, lists and status bars.
-    if (event->type() == QEvent::ThemeChange)
-        setFont(applicationFont());
     try {
         return QApplication::notify(receiver, event);
     } catch (const std::exception &) {

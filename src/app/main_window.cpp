@@ -22,6 +22,7 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QContextMenuEvent>
+#include <QDir>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -106,7 +107,7 @@ QSlider *makeTrackBar(int minimum, int maximum, int position, const QString &nam
 TForm1::TForm1(std::unique_ptr<GraphSystem> (*makeGraphSystem)(QWidget *))
 {
     Form1 = this;
-    CurPath = QApplication::applicationDirPath();
+    CurPath = QDir::toNativeSeparators(QApplication::applicationDirPath());
     setWindowTitle(bareTitle);
     setObjectName(QStringLiteral("Form1"));
 

@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstring>
 #include <new>
+#include <tuple>
 #include <utility>
 
 // How a picture is reduced:
@@ -232,6 +233,10 @@ private:
             const liq_color &color = palette->entries[i];
             m_result.palette.push_back({color.r, color.g, color.b});
         }
+        // Which of two equally frequent colours comes first depends on the C library's sorting.
+        std::sort(m_result.palette.begin(), m_result.palette.end(), [](const PaletteColor &a, const PaletteColor &b) {
+            return std::tie(a.red, a.green, a.blue) < std::tie(b.red, b.green, b.blue);
+        });
         m_nearest.setPalette(m_result.palette);
         for (int round = 0; round < kMeansRounds; ++round)
             moveToMeans(picture);

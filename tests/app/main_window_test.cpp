@@ -62,7 +62,7 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        m_film = m_folder->filePath("фильм.avi");
+        m_film = QDir::toNativeSeparators(m_folder->filePath("фильм.avi"));
         writeFile(m_film, {});
         VideoPath.clear();
         INITIALIZED = false;
@@ -94,7 +94,7 @@ private Q_SLOTS:
     {
         openFilm();
         Form3->StringGrid1->setCell(TitleColumn, 1, "прежняя");
-        const QString second = m_folder->filePath("второй.avi");
+        const QString second = QDir::toNativeSeparators(m_folder->filePath("второй.avi"));
         writeFile(second, {});
         const QByteArray list = "<scenes><scene><title>A & B</title></scene></scenes>";
         writeFile(second + ".scenes", list);

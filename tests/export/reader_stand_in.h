@@ -1,15 +1,16 @@
 #pragma once
 
+#include <QDir>
 #include <QFile>
-#include <QRegularExpression>
+#include <QFileInfo>
 #include <QTest>
 
 /// A scripted reader in a folder, called "FrameReader" there, with its script.
 class ReaderStandIn {
 public:
     explicit ReaderStandIn(const QString &folder)
-        : exe(folder
-              + QString(TAVRIN_SCRIPTED_READER).replace(QRegularExpression(".*/scripted_reader"), "/FrameReader"))
+        : exe(folder + QDir::separator()
+              + QFileInfo(TAVRIN_SCRIPTED_READER).fileName().replace("scripted_reader", "FrameReader"))
     {
         QVERIFY(QFile::copy(TAVRIN_SCRIPTED_READER, exe));
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <mutex>
 #include <optional>
 
@@ -58,6 +59,20 @@ private:
     Handle m_process;
     Handle m_over;
 };
+
+/// As the started process takes it for one argument, whatever is in it.
+std::wstring quoted(const std::wstring &argument)
+{
+    std::wstring word = L"\"";
+    std::size_t backslashes = 0; // before a quote, and there alone, they count
+    for (const wchar_t character : argument) {
+        if (character == L'"')
+            word.append(backslashes + 1, L'\\');
+        backslashes = character == L'\\' ? backslashes + 1 : 0;
+        word += character;
+    }
+    return word.append(backslashes, L'\\') + L'"';
+}
 
 /// Sets the variable that the started process reads, for as long as the object lives; one at a time.
 class StartingVariable {
@@ -121,8 +136,8 @@ std::unique_ptr<HiddenProcess> startHiddenProcess(const std::string &path, const
     if (!ready || !over)
         return nullptr;
 
-    const std::wstring program = wideText(path);
-    const std::wstring parameters = wideText(argument);
+    const std::wstring program = std::filesystem::path(wideText(path)).make_preferred(); // as the shell takes it
+    const std::wstring parameters = quoted(wideText(argument));
     SHELLEXECUTEINFOW start{};
     start.cbSize = sizeof start;
     // No box of the shell's own: neither about an error nor about a program that came from the network.

@@ -11,15 +11,7 @@
 
 namespace {
 
-class WindowsLivenessMutex final : public LivenessMutex {
-public:
-    explicit WindowsLivenessMutex(Handle mutex) : m_mutex(std::move(mutex)) {}
-
-private:
-    Handle m_mutex;
-};
-
-/// The handles that keep the names of this process's blocks. A name goes with its last handle, the memory with its last
+/// The handles that keep the names of this process's mutexes and blocks. A name goes with its last handle, the memory with its last
 /// view, so the name of a block can be given to another while views of it stay.
 class KeptNames {
 public:
@@ -29,43 +21,56 @@ public:
         return names;
     }
 
-    /// Returns a number by which `drop` knows this block from others of that name.
-    [[nodiscard]] std::uint64_t keep(const std::wstring &name, Handle mapping)
+    /// Returns a number by which `drop` knows this object from others of that name.
+    [[nodiscard]] std::uint64_t keep(const std::wstring &name, Handle object)
     {
         const std::lock_guard lock(m_mutex);
-        m_blocks[name] = {std::move(mapping), ++m_count};
+        m_objects[name] = {std::move(object), ++m_count};
         return m_count;
     }
 
     void drop(const std::wstring &name, std::uint64_t number)
     {
         const std::lock_guard lock(m_mutex);
-        const auto found = m_blocks.find(name);
-        if (found != m_blocks.end() && found->second.number == number)
-            m_blocks.erase(found);
+        const auto found = m_objects.find(name);
+        if (found != m_objects.end() && found->second.number == number)
+            m_objects.erase(found);
     }
 
     void drop(const std::wstring &name)
     {
         const std::lock_guard lock(m_mutex);
-        m_blocks.erase(name);
+        m_objects.erase(name);
     }
 
     void dropAll()
     {
         const std::lock_guard lock(m_mutex);
-        m_blocks.clear();
+        m_objects.clear();
     }
 
 private:
-    struct Block {
-        Handle mapping;
+    struct Object {
+        Handle handle;
         std::uint64_t number = 0;
     };
 
     std::mutex m_mutex;
-    std::map<std::wstring, Block> m_blocks;
+    std::map<std::wstring, Object> m_objects;
     std::uint64_t m_count = 0;
+};
+
+class WindowsLivenessMutex final : public LivenessMutex {
+public:
+    WindowsLivenessMutex(std::wstring name, Handle mutex)
+        : m_name(std::move(name)), m_number(KeptNames::ofThisProcess().keep(m_name, std::move(mutex)))
+    {
+    }
+    ~WindowsLivenessMutex() override { KeptNames::ofThisProcess().drop(m_name, m_number); }
+
+private:
+    std::wstring m_name;
+    std::uint64_t m_number;
 };
 
 class WindowsSharedMemory final : public SharedMemory {
@@ -105,10 +110,11 @@ std::unique_ptr<WindowsSharedMemory> map(const Handle &mapping, std::size_t size
 
 std::unique_ptr<LivenessMutex> LivenessMutex::create(const std::string &name)
 {
-    Handle mutex(CreateMutexW(nullptr, FALSE, wideText(name).c_str()));
+    std::wstring wideName = wideText(name);
+    Handle mutex(CreateMutexW(nullptr, FALSE, wideName.c_str()));
     if (!mutex || GetLastError() == ERROR_ALREADY_EXISTS)
         return nullptr;
-    return std::make_unique<WindowsLivenessMutex>(std::move(mutex));
+    return std::make_unique<WindowsLivenessMutex>(std::move(wideName), std::move(mutex));
 }
 
 bool LivenessMutex::exists(const std::string &name)

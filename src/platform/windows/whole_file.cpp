@@ -151,6 +151,9 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
         error = reason;
         return nullptr;
     };
+    constexpr std::size_t longestName = 255; // the system calls a longer one invalid
+    if (file.filename().native().size() > longestName)
+        return refused(std::make_error_code(std::errc::filename_too_long));
     // Asks for all that replacing takes, so that a file that is protected, or held by another program, is refused now.
     std::wstring target = openableName(file);
     DWORD attributes = FILE_ATTRIBUTE_NORMAL;
