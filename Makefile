@@ -1,6 +1,6 @@
 # Everything a person does with this tree, on a bare Debian 12.
 
-.PHONY: run test bench check fuzz formats deb clean
+.PHONY: run test bench check fuzz formats deb windows windows-test clean
 
 has_display = $(shell scripts/has-display && echo yes)
 
@@ -36,5 +36,11 @@ formats:
 deb:
 	scripts/make-deb
 
+windows:
+	scripts/make-windows
+
+windows-test:
+	scripts/windows-test
+
 clean:
-	rm -rf build
+	rm -rf build dist

@@ -72,6 +72,7 @@ Section "Uninstall"
   !include "${REMOVALS}"
   Delete "$INSTDIR\Uninstall.exe"
   RMDir "$INSTDIR"
+  RMDir "$LOCALAPPDATA\Programs" ; where it is empty
   Delete "$SMPROGRAMS\Таврин.lnk"
   DeleteRegKey HKCU "${UNINSTALL_KEY}"
 SectionEnd
