@@ -311,7 +311,7 @@ private:
     /// The number that the picture in the main window carries, once what was asked for is there.
     static int shownPicture()
     {
-        if (!QTest::qWaitFor(IsSettled))
+        if (!QTest::qWaitFor(IsSettled, 10'000))
             return -1;
         QCoreApplication::processEvents();
         return paintedFrameNumber(Form1->Panel3->grab().toImage()).value_or(-1);

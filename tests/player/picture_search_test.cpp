@@ -105,6 +105,7 @@ private Q_SLOTS:
     void everySearchEndsOnTheRightPicture_data();
     void everySearchEndsOnTheRightPicture();
     void theNeighbourCostsOneCommand();
+    void aStepThatBringsNothingGivesWayToASeek();
 
 private:
     QRandomGenerator m_random;
@@ -183,6 +184,15 @@ void PictureSearchTest::theNeighbourCostsOneCommand()
     QVERIFY(film.search(0.0, SeekTo::NextPicture, true));
     QCOMPARE(film.commands, 0);
     QCOMPARE(film.shown, film.pictures[199]);
+}
+
+void PictureSearchTest::aStepThatBringsNothingGivesWayToASeek()
+{
+    const FilmTimes times{.first = 0.0, .end = 10.0, .frame = 0.04};
+    PictureSearch search(times, 1.0, 1.04, SeekTo::NextPicture, true, KnownPicture{1.04, 1.04});
+    QCOMPARE(search.start().kind, SearchCommand::StepForward);
+    QCOMPARE(search.landed(1.0, false).kind, SearchCommand::Seek);
+    QCOMPARE(search.landed(1.04, false).kind, SearchCommand::Done);
 }
 
 QTEST_APPLESS_MAIN(PictureSearchTest)

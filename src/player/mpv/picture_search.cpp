@@ -48,7 +48,7 @@ double furtherBack(double back, double frame)
 PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused,
                              std::optional<KnownPicture> known)
     : m_film(film), m_shown(shown), m_target(known ? known->seconds : std::max(target, film.first)), m_goal(goal),
-      m_paused(paused), m_known(known), m_origin(shown),
+      m_paused(paused), m_known(known), m_origin(shown), m_reached(shown),
       m_moment(goal == SeekTo::Time && paused ? m_target : std::numeric_limits<double>::infinity())
 {
     if (m_film.last && !m_known)
@@ -244,7 +244,10 @@ SearchCommand PictureSearch::knownLanded(double here, bool atEnd)
         return seek(m_target - m_back);
     }
     const bool isNear = late < 0.0 && (!sought || -late < steppedPictures * m_film.frame);
-    if (m_paused && !atEnd && isNear && m_steps < mostKnownSteps)
+    // A core that waits for sound near a film's end takes no step.
+    const bool hasMoved = sought || here > m_reached + jitter;
+    m_reached = here;
+    if (m_paused && !atEnd && isNear && hasMoved && m_steps < mostKnownSteps)
         return stepKnown();
     if (static_cast<std::size_t>(m_seeks) <= knownOffsets.size())
         return seekKnown();

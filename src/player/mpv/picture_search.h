@@ -98,6 +98,7 @@ private:
     std::optional<double> m_lateLanding;
     double m_back = 0.0;      ///< how far before its target the last seek went
     double m_origin;          ///< the picture whose predecessor is looked for
+    double m_reached;         ///< where the last command landed
     double m_candidate = 0.0; ///< the latest picture seen before it
     double m_moment;          ///< which the picture must not start after
     int m_seeks = 0;          ///< to the known picture, so far
