@@ -75,4 +75,5 @@ Section "Uninstall"
   RMDir "$LOCALAPPDATA\Programs" ; where it is empty
   Delete "$SMPROGRAMS\Таврин.lnk"
   DeleteRegKey HKCU "${UNINSTALL_KEY}"
+  DeleteRegKey /ifempty HKCU "Software\Microsoft\Windows\CurrentVersion\Uninstall"
 SectionEnd

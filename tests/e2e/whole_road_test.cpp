@@ -39,12 +39,12 @@ const QStringList groups{
 
 /// Pictures whose numbers lie in the square that a GIF shows.
 const FilmSpec squareFilm{.file = "square.mp4", .size = {400, 400}, .frames = 500, .video = groups};
-const FilmSpec wideFilm{.file = "wide.mkv",
+const FilmSpec wideFilm{.file = "wide.mp4",
                         .size = {360, 360},
                         .frames = 500,
                         .rate = "24000/1001",
                         .video = QStringList{"-vf", "pad=640:360"} + groups,
-                        .audio = {"-c:a", "libvorbis"}};
+                        .audio = {"-c:a", "aac"}};
 const FilmSpec plainFilm{.file = "plain.avi",
                          .size = {320, 320},
                          .frames = 500,
@@ -140,7 +140,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("film");
         QTest::addColumn<double>("rate");
         QTest::newRow("MP4 with B pictures") << makeFilm(squareFilm) << 25.0;
-        QTest::newRow("24000/1001 in Matroska, wide") << makeFilm(wideFilm) << 24000.0 / 1001;
+        QTest::newRow("24000/1001, wide, with sound") << makeFilm(wideFilm) << 24000.0 / 1001;
         QTest::newRow("AVI, high") << makeFilm(plainFilm) << 30.0;
     }
 

@@ -57,10 +57,15 @@ int main()
     std::filesystem::create_directory(folder);
     {
         std::ofstream script(folder / "script", std::ios::binary);
-        script << "cd " << quoted(folder.string()) << "\n" << quoted(argument(0).stem().string());
+        script << "here=" << quoted(folder.string()) << "\ncd " << quoted(std::filesystem::current_path().string())
+               << '\n'
+               << quoted(argument(0).stem().string());
         for (int number = 1; number < count; ++number)
             script << ' ' << quoted(argument(number).string());
-        script << " </dev/null >output 2>error\necho $? >ending\nmv ending ended\n";
+        script << R"( </dev/null >"$here/output" 2>"$here/error"
+echo $? >"$here/ending"
+mv "$here/ending" "$here/ended"
+)";
     }
 
     // The system tells nothing of a process that is not one of its own.
