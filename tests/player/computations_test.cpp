@@ -15,7 +15,6 @@ class ComputationsTest : public QObject {
 private Q_SLOTS:
     void textsForTheReader();
     void stepsStayInsideTheVideo();
-    void barsReachTheirEnds();
     void marksAreTruncatedToHundredths();
     void everyPictureIsNamedByItsMark();
     void picturesThatNoMarkNamesKeepTheirTime();
@@ -47,17 +46,6 @@ void ComputationsTest::stepsStayInsideTheVideo()
     QCOMPARE(steppedPosition(333'667, -ntscFrame, duration), MediaTime(0));
     QCOMPARE(frameNumber(400'000, 25.0), std::int64_t(1));
     QCOMPARE(frameNumber(399'999, 25.0), std::int64_t(0));
-}
-
-void ComputationsTest::barsReachTheirEnds()
-{
-    QCOMPARE(progressBarSecond(100, 200, 90), 45);
-    QCOMPARE(progressBarSecond(5, 1, 90), 0);
-    QVERIFY(std::abs(trackBarRate(-1) - 0.9) < 1e-12);
-    QCOMPARE(trackBarLevel(100), std::uint16_t(65535));
-    for (int position = 0; position <= 100; ++position)
-        QCOMPARE(levelPercent(trackBarLevel(position)), position);
-    QCOMPARE(fittingHeightChange(1214, 600, 0, 0), 0);
 }
 
 void ComputationsTest::marksAreTruncatedToHundredths()

@@ -6,7 +6,6 @@
 #include <QTest>
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 
 namespace {
@@ -84,42 +83,6 @@ private Q_SLOTS:
                                                      .arg(order[2])
                                                      .arg(wrong.mid(0, 12).join(", "))));
         }
-    }
-
-    void aMarkedPictureIsFound_data()
-    {
-        QTest::addColumn<QString>("file");
-        for (const char *file : {"reader_uneven.mp4", "reader_uneven.mkv", "reader_uneven_late.mkv", "reader_h264.mkv"})
-            QTest::newRow(file) << file;
-    }
-
-    // A mark is the player's position on the paused picture, in hundredths; its index is their product with the rate.
-    void aMarkedPictureIsFound()
-    {
-        QFETCH(const QString, file);
-        const QString path = readerFilm(file);
-        const auto film = Film::open(path.toStdString(), never, never);
-        QVERIFY(film);
-        const double rate = film->frameRate();
-        const std::vector<WitnessedPicture> pictures = witnessedPictures(path);
-        const auto slot = [&](std::size_t picture) {
-            return std::floor((pictures[picture].seconds + containerRounding) * rate);
-        };
-        std::size_t alone = 0;
-        for (std::size_t picture = 0; picture + 1 < pictures.size(); ++picture) {
-            if (slot(picture) == slot(picture + 1))
-                continue;
-            const double start = pictures[picture].seconds;
-            const MediaTime position = pictureMediaTime(start, rate, pictures[picture + 1].seconds);
-            const std::int64_t index = frameIndex(wholeHundredths(position) / 100.0, rate);
-            // The only whole hundredth of a short time may lie in the next picture's slot.
-            if (static_cast<double>(index) > slot(picture))
-                continue;
-            ++alone;
-            QVERIFY2(pictureHash(readPicture(*film, index)) == pictures[picture].hash,
-                     qPrintable(QString("%1 at %2, index %3").arg(picture).arg(start).arg(index)));
-        }
-        QVERIFY(alone > pictures.size() / 2);
     }
 };
 

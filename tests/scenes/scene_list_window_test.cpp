@@ -4,7 +4,6 @@
 #include "random_seed.h"
 #include "scenes/find_bar.h"
 #include "scenes/list_history.h"
-#include "scenes/window_placement.h"
 
 #include <QAction>
 #include <QApplication>
@@ -27,15 +26,12 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_windows.reset(); }
     void aClickOpensTheRowAndADoubleClickSeeks();
-    void theDialogStaysOutOfTheDoubleClicksWay();
     void theDialogComesUpBesideTheClick();
     void keysMoveAndDraggingSelects();
-    void theCurrentRowFollowsTheRowCount();
     void menuCommandsChangeTheList();
     void theContextMenuFitsThePlace();
     void theListIsSavedBesideTheVideoAndReadBack();
     void whatFailsLeavesFileAndList();
-    void bulkChangesAreOneChange();
     void theDialogShowsTheRowThatItOverwrites();
     void everyChangeCanBeTakenBackAndMadeAgain();
     void typingIsTakenBackFirst();
@@ -97,34 +93,6 @@ void SceneListWindowTest::aClickOpensTheRowAndADoubleClickSeeks()
     QVERIFY(m_grid->columnViewportPosition(0) < 0);
 }
 
-void SceneListWindowTest::theDialogStaysOutOfTheDoubleClicksWay()
-{
-    const QRect laptop(0, 30, 1366, 738);
-    const QRect centred(384, 80, 598, 600);
-    const auto compare = [](const QRect &frame, QPoint pointer, const QRect &available, bool possible) {
-        const QRect keepClear(pointer - QPoint(24, 24), pointer + QPoint(24, 24));
-        const std::optional<QRect> place = placedClearOf(keepClear, frame, available);
-        QCOMPARE(place.has_value(), possible);
-        if (place) {
-            QVERIFY(available.contains(*place) && !place->intersects(keepClear));
-            QCOMPARE(place->size(), frame.size());
-            if (!frame.intersects(keepClear) && available.contains(frame))
-                QCOMPARE(*place, frame);
-        }
-        const QRect inside = placedInside(frame, available);
-        QVERIFY(inside.left() >= available.left() && inside.top() >= available.top());
-    };
-    for (const int x : {10, 383, 600, 683, 742, 900, 1356}) {
-        for (const int y : {40, 300, 760})
-            compare(centred, {x, y}, laptop, true);
-    }
-    compare({2000, 100, 598, 600}, {2200, 300}, {1366, 0, 1280, 1024}, true);
-    compare({1200, 600, 598, 600}, {10, 10}, laptop, true);
-    // A small screen with the pointer in its middle, and too small a screen.
-    compare({100, 60, 598, 600}, {500, 380}, {0, 0, 1024, 768}, false);
-    compare({0, 0, 598, 600}, {790, 590}, {0, 0, 800, 590}, false);
-}
-
 void SceneListWindowTest::theDialogComesUpBesideTheClick()
 {
     showScenes({"1"});
@@ -181,24 +149,6 @@ void SceneListWindowTest::keysMoveAndDraggingSelects()
     QTest::keyClick(m_grid, Qt::Key_Return);
     QVERIFY(m_windows->dialog->isVisible());
     QCOMPARE(m_windows->dialog->Edit1->text(), QString("2"));
-}
-
-void SceneListWindowTest::theCurrentRowFollowsTheRowCount()
-{
-    m_windows->list->show();
-    for (const int rows : {100, 101, 10}) {
-        m_grid->setRowCount(rows);
-        m_grid->showRow(rows - 1);
-        QVERIFY(m_grid->viewport()->rect().contains(m_grid->visualRect(m_grid->model()->index(rows - 2, 0))));
-        QCOMPARE(m_grid->Row(), 1);
-    }
-    m_grid->setRow(9);
-    m_grid->setRowCount(5);
-    QCOMPARE(m_grid->Row(), 4);
-    m_grid->setRow(100);
-    QCOMPARE(m_grid->Row(), 4);
-    m_grid->setRow(-1);
-    QCOMPARE(m_grid->Row(), 1);
 }
 
 void SceneListWindowTest::menuCommandsChangeTheList()
@@ -329,26 +279,6 @@ void SceneListWindowTest::whatFailsLeavesFileAndList()
     m_windows->openVideo("folder");
     QVERIFY(QDir(m_windows->folder.path()).mkdir("folder.scenes"));
     refused(&TForm3::Save1Click, "папка");
-}
-
-void SceneListWindowTest::bulkChangesAreOneChange()
-{
-    QByteArray xml = "<scenes>";
-    for (int i = 0; i < 5000; ++i)
-        xml += "<scene><position>" + QByteArray::number(5000 - i) + "</position></scene>";
-    m_windows->write("film.avi.scenes", xml + "</scenes>");
-    VideoPath = m_windows->path("film.avi");
-    int changes = 0;
-    connect(m_grid->model(), &QAbstractItemModel::dataChanged, this, [&changes] { ++changes; });
-    connect(m_grid->model(), &QAbstractItemModel::rowsInserted, this, [&changes] { ++changes; });
-    m_windows->list->Open1Click();
-    QCOMPARE(m_grid->RowCount(), 5001);
-    QCOMPARE(changes, 2);
-    m_windows->list->N13Click();
-    QCOMPARE(changes, 3);
-    QCOMPARE(m_grid->cell(PositionColumn, 1), QString("1"));
-    m_windows->list->N10Click();
-    QCOMPARE(changes, 4);
 }
 
 void SceneListWindowTest::theDialogShowsTheRowThatItOverwrites()

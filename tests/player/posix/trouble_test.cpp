@@ -73,7 +73,6 @@ private Q_SLOTS:
     void aSoundFilePlays();
     void soundThatOutlastsThePictures();
     void picturesThatOutlastTheSoundOrStartAfterIt();
-    void aCopyThatBeginsInAGroupBeginsWhereItsEditListSays();
     void aStillPicture();
     void aStreamWithoutTimesIsSteppedThrough();
     void hammeredCommandsEndWhereTheLastOneAsked();
@@ -391,23 +390,6 @@ void TroubleTest::picturesThatOutlastTheSoundOrStartAfterIt()
     QTRY_VERIFY(m_player->shownNumber() > 5);
     m_player->pause();
     compareShown(m_player->shownNumber());
-}
-
-void TroubleTest::aCopyThatBeginsInAGroupBeginsWhereItsEditListSays()
-{
-    encode({"-ss", "1.3", "-i", m_film, "-c", "copy", at("cut_copy.mp4")});
-    open(at("cut_copy.mp4"));
-    constexpr int first = 33;
-    for (const int number : {0, 1, 2, 1, 0, 0}) {
-        if (number > m_player->shownNumber() - first)
-            m_player->stepForward();
-        else
-            m_player->stepBack();
-        QCOMPARE(m_player->shownNumber(), first + number);
-        QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
-    }
-    m_player->seekTo(Duration - 1);
-    QCOMPARE(m_player->shownNumber(), 49);
 }
 
 void TroubleTest::aStillPicture()
