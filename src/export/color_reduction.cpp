@@ -213,6 +213,8 @@ private:
             m_entries.push_back({{channel(&Cell::red), channel(&Cell::green), channel(&Cell::blue), 255},
                                  static_cast<unsigned int>(cell.count)});
         }
+        // The gamma that the library counts with: then it raises nothing to a power, which C libraries round differently.
+        constexpr double linearGamma = 0.5499F;
         const Attributes attributes(liq_attr_create());
         if (!attributes)
             throw std::bad_alloc();
@@ -222,7 +224,7 @@ private:
         liq_result *quantized = nullptr;
         if (!histogram
             || liq_histogram_add_colors(histogram.get(), attributes.get(), m_entries.data(),
-                                        static_cast<int>(m_entries.size()), 0)
+                                        static_cast<int>(m_entries.size()), linearGamma)
                    != LIQ_OK
             || liq_histogram_quantize(histogram.get(), attributes.get(), &quantized) != LIQ_OK)
             throw std::bad_alloc();
