@@ -18,15 +18,17 @@ constexpr double endOfSeek = 60e-6;
 /// How often a step that brings no picture is looked at.
 constexpr auto endCheckInterval = std::chrono::milliseconds(80);
 
-/// A command that has not landed by then is taken as landed where the core stands.
+/// A command that has not landed by then is taken as landed where the core stands; later a seek of a film that stands,
+/// while the core still works at it: its disk hangs.
 constexpr auto longestWait = std::chrono::seconds(5);
+constexpr auto longestSeek = std::chrono::minutes(2);
 
 } // namespace
 
 PictureCommand::PictureCommand(MpvCore &core, VideoSurface &surface) : m_core(core), m_surface(surface)
 {
     m_patience.setSingleShot(true);
-    connect(&m_patience, &QTimer::timeout, this, &PictureCommand::land);
+    connect(&m_patience, &QTimer::timeout, this, &PictureCommand::lookAgain);
     m_endCheck.setInterval(endCheckInterval);
     connect(&m_endCheck, &QTimer::timeout, this, &PictureCommand::checkForEnd);
 }
@@ -39,6 +41,7 @@ bool PictureCommand::send(const SearchCommand &command, double from, double rate
     m_reported = false;
     m_awaitedPicture = m_surface.picturesBegun() + 1;
     m_patience.start(longestWait);
+    m_sent.start();
     return order(command, rate);
 }
 
@@ -113,6 +116,16 @@ void PictureCommand::checkForEnd()
 {
     // The step is over and has brought no picture.
     if (isStepForward() && !isDrawn() && m_core.flag("pause") && m_core.flag("eof-reached"))
+        land();
+}
+
+void PictureCommand::lookAgain()
+{
+    const bool goesOn = m_kind == SearchCommand::Seek && m_core.flag("pause") && m_core.flag("seeking")
+                        && !m_sent.hasExpired(std::chrono::milliseconds(longestSeek).count());
+    if (goesOn)
+        m_patience.start(longestWait);
+    else
         land();
 }
 

@@ -4,6 +4,7 @@
 #include "player/mpv/picture_search.h"
 #include "player/mpv/video_surface.h"
 
+#include <QElapsedTimer>
 #include <QTimer>
 
 #include <cstdint>
@@ -44,6 +45,7 @@ Q_SIGNALS:
 private:
     [[nodiscard]] bool order(const SearchCommand &command, double rate);
     [[nodiscard]] bool isDrawn() const;
+    void lookAgain();
     void land();
 
     MpvCore &m_core;
@@ -54,6 +56,7 @@ private:
     bool m_isOfSound = false;
     bool m_reported = false;            ///< the core has told that it is done
     std::uint64_t m_awaitedPicture = 0; ///< the surface's count of pictures that ends it
+    QElapsedTimer m_sent;
     QTimer m_patience;
     QTimer m_endCheck;
 };
