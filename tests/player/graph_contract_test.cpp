@@ -41,7 +41,7 @@ void GraphContractTest::init()
 {
     m_player.reset();
     m_player = std::make_unique<EnginePlayer>();
-    m_film = makeFilm(standardFilm("h264_25.mp4"));
+    m_film = makeFilm(standardFilm("mpeg4.avi"));
     Open(m_film);
     QCOMPARE(m_player->messages, QStringList());
     QVERIFY(OPENED && !PAUSED);

@@ -86,9 +86,11 @@ bool DirectShowSession::showFirst()
     LONGLONG end = 0;
     if (!start || FAILED(m_seeking->GetDuration(&end)))
         return false;
-    // Some graphs count from the film's first packet, and some delay every picture by what its decoder may need.
-    m_zero = std::max(0.0, m_first - inSeconds(*start));
-    m_delay = *start - std::llround((m_first - m_zero) * unitsPerSecond);
+    // Some graphs count from the film's first packet. One that shows its first picture too late has another idea of the
+    // film's times, as of its edit list.
+    m_zero = m_first - inSeconds(*start);
+    if (m_zero < -momentTolerance)
+        return false;
     m_begun = m_zero;
     m_duration = end - std::llround((m_first - m_zero) * unitsPerSecond);
     return true;
@@ -224,7 +226,7 @@ void DirectShowSession::advance()
         return;
     m_shown = m_search->picture;
     // What starts later than the moment that was sought is a later picture.
-    const double late = begin ? inSeconds(*begin - m_delay) : 0.0;
+    const double late = begin ? inSeconds(*begin) : 0.0;
     if (late > momentTolerance)
         m_shown = m_pictures->at(m_search->target + late).value_or(m_shown);
     finish();
@@ -290,7 +292,7 @@ double DirectShowSession::runningPosition()
     // times the film's.
     const auto newest = m_passing->newest();
     if (newest && rate() == 1.0)
-        here = m_begun + inSeconds(*newest - m_delay);
+        here = m_begun + inSeconds(*newest);
     const double end = m_first + secondsOf(m_duration);
     if (here < end - 2.0 * m_frame && told - here <= m_frame + shortestTail)
         return here;

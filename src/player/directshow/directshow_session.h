@@ -87,7 +87,6 @@ private:
     double m_frame = 0.0;
     MediaTime m_duration = 0;
     double m_zero = 0.0;          ///< the graph's position 0
-    REFERENCE_TIME m_delay = 0;   ///< what a picture's time in the stream is too much
     std::optional<double> m_last; ///< the film's last picture, once it was asked for
     bool m_isPaused = true;
     double m_shown = 0.0;         ///< the picture on the screen while paused
