@@ -13,9 +13,6 @@ constexpr std::int64_t nearSeconds = 2;
 /// A demuxer without an index may lose what begins less than so many seconds after the place that it was sent to.
 constexpr double demuxerMargin = 0.1;
 
-/// Containers round times to a millisecond at the coarsest; a coarser time base is exact.
-constexpr double mostRoundingSeconds = 0.0005;
-
 /// An interruption that has come stays until it is taken back: a demuxer that was stopped once passes over packets.
 class Interruption {
 public:
@@ -184,10 +181,16 @@ std::optional<std::int64_t> FilmPictures::last()
     return pictureAt(pastEveryFilm);
 }
 
+double FilmPictures::rounding() const
+{
+    constexpr double halfMillisecond = 0.0005;
+    return std::min(0.5 * secondsOf(1), halfMillisecond);
+}
+
 std::optional<std::int64_t> FilmPictures::at(double seconds)
 {
     const double unit = av_q2d(m_body->film().stream().time_base);
-    const double time = std::floor(seconds / unit + std::min(0.5, mostRoundingSeconds / unit));
+    const double time = std::floor((seconds + rounding()) / unit);
     constexpr double most = 9e18;
     return pictureAt(static_cast<std::int64_t>(std::clamp(time, -most, most)));
 }

@@ -50,8 +50,12 @@ public:
     /// The time of its last picture. It stands to the end of the film's longest stream.
     [[nodiscard]] std::optional<std::int64_t> last();
 
-    /// The picture that is on the screen at this moment: the last whose time is at most it, give or take the
-    /// rounding of times in the container; the first one before them, the last one after them.
+    /// By how much the container may have rounded a picture's time (seconds). Containers round to a millisecond at the
+    /// coarsest; a coarser time base is exact.
+    [[nodiscard]] double rounding() const;
+
+    /// The picture that is on the screen at this moment: the last whose time is at most `rounding` after it; the first
+    /// one before them, the last one after them.
     [[nodiscard]] std::optional<std::int64_t> at(double seconds);
 
     /// A neighbour of a picture.

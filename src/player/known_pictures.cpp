@@ -65,9 +65,8 @@ KnownPictures::Neighbour KnownPictures::toSeconds(FilmPictures::Neighbour neighb
 
 std::optional<double> KnownPictures::at(double seconds)
 {
-    // The container's own rounding, which is half a unit, is allowed for there.
-    const double rounding = std::min(0.5 * m_pictures->secondsOf(1), momentTolerance);
-    const double moment = seconds + m_playerZero + momentTolerance - rounding;
+    // The container's own rounding is allowed for there.
+    const double moment = seconds + m_playerZero + momentTolerance - m_pictures->rounding();
     const auto time = ask([&] { return m_pictures->at(moment); });
     return time ? std::optional(secondsOf(*time)) : std::nullopt;
 }
