@@ -86,10 +86,10 @@ bool DirectShowSession::showFirst()
     LONGLONG end = 0;
     if (!start || FAILED(m_seeking->GetDuration(&end)))
         return false;
-    // Some graphs count from the film's first packet. One that shows its first picture too late has another idea of the
-    // film's times, as of its edit list.
+    // Some graphs count from the first picture. One that counts from elsewhere has another idea of the film's times, as
+    // of its edit list.
     m_zero = m_first - inSeconds(*start);
-    if (m_zero < -momentTolerance)
+    if (std::abs(m_zero) > momentTolerance && std::abs(inSeconds(*start)) > momentTolerance)
         return false;
     m_begun = m_zero;
     m_duration = end - std::llround((m_first - m_zero) * unitsPerSecond);
