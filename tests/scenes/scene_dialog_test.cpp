@@ -75,7 +75,8 @@ void SceneDialogTest::withoutATypeListThereIsNoDialog()
     QWidget owner;
     for (const char *reason : {"нет такого файла", "под этим именем есть папка"}) {
         const QString refusal = refusalOf([&] { const TForm2 dialog(&owner); });
-        QVERIFY2(refusal.contains(QDir::separator() + QString("Tavrin.txt")) && refusal.contains(reason), qPrintable(refusal));
+        QVERIFY2(refusal.contains(QDir::separator() + QString("Tavrin.txt")) && refusal.contains(reason),
+                 qPrintable(refusal));
         QVERIFY(!Form2);
         QVERIFY(QDir(folder.path()).mkpath("Tavrin.txt"));
     }
