@@ -23,6 +23,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRandomGenerator>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -211,8 +212,8 @@ private Q_SLOTS:
     {
         QFETCH(const FilmSpec, film);
         const QTemporaryDir folder;
-        const QString video = open(makeFilm(film), folder);
-        QVERIFY(!video.isEmpty() && PAUSED);
+        const QString opened = open(makeFilm(film), folder);
+        QVERIFY(!opened.isEmpty() && PAUSED);
         QRandomGenerator random(randomSeed());
         QList<int> marked;
         for (int mark = qEnvironmentVariableIsSet("TAVRIN_THOROUGH") ? 40 : 3; mark > 0; --mark) {
@@ -233,7 +234,7 @@ private Q_SLOTS:
             QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, place);
             const int picture = shownPicture();
             const QString start = sceneAt(grid->cells(), row).position;
-            const QList<int> inGif = picturesIn(video + ".images/" + start + "_1.gif");
+            const QList<int> inGif = picturesIn(opened + ".images/" + start + "_1.gif");
             const QList<int> named{picture, inGif.value(0), static_cast<int>(rate * start.toDouble())};
             QCOMPARE(named, QList<int>(3, marked[row - 1]));
         }
@@ -314,7 +315,20 @@ private:
         if (!QTest::qWaitFor(IsSettled, 10'000))
             return -1;
         QCoreApplication::processEvents();
-        return paintedFrameNumber(Form1->Panel3->grab().toImage()).value_or(-1);
+        QWidget *panel = Form1->Panel3;
+        if (GraphName() != QStringLiteral("DirectShow"))
+            return paintedFrameNumber(panel->grab().toImage()).value_or(-1);
+        // Its pictures are on the screen only, where the scene windows lie over them.
+        const bool isListShown = Form3->isVisible();
+        Form3->hide();
+        int number = -1;
+        (void)QTest::qWaitFor([&] {
+            Form2->hide(); // which may come up late
+            number = paintedFrameNumber(panel->screen()->grabWindow(panel->winId()).toImage()).value_or(-1);
+            return number >= 0;
+        });
+        Form3->setVisible(isListShown);
+        return number;
     }
 
     /// Opens the window by its key, clicks the button and returns the messages; the window is closed behind an error.
