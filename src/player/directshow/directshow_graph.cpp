@@ -1,30 +1,17 @@
 #include "player/directshow/directshow_graph.h"
 
 #include "player/directshow/directshow_session.h"
+#include "player/session_roles.h"
 
 #include <QWidget>
 
 #include <cmath>
+#include <type_traits>
 #include <utility>
 
 #include <mmsystem.h>
 
 namespace {
-
-class Control final : public MediaControl {
-public:
-    explicit Control(std::shared_ptr<DirectShowSession> session, Com<IMediaControl>) : m_session(std::move(session)) {}
-    Status run() override { return m_session->run(); }
-    Status pause() override { return m_session->pause(); }
-    Status stop() override
-    {
-        m_session->stop();
-        return statusOk;
-    }
-
-private:
-    std::shared_ptr<DirectShowSession> m_session;
-};
 
 class Event final : public MediaEvent {
 public:
@@ -32,28 +19,6 @@ public:
 
 private:
     Com<IMediaEvent> m_event;
-};
-
-class Seeking final : public MediaSeeking {
-public:
-    explicit Seeking(std::shared_ptr<DirectShowSession> session, Com<IMediaSeeking>) : m_session(std::move(session))
-    {
-        QObject::connect(m_session.get(), &DirectShowSession::landed, &m_listener, [this] { settled(); });
-    }
-
-private:
-    Status doSeek(MediaTime time, SeekTo picture) override { return m_session->seek(time, picture); }
-    bool doIsSettled() override { return m_session->isSettled(); }
-    bool doIsPaused() override { return m_session->isPaused(); }
-    double doPosition() override { return m_session->position(); }
-    double doNextPicture() override { return m_session->nextPicture(); }
-    double doFrameDuration() override { return m_session->frameDuration(); }
-    MediaTime doDuration() override { return m_session->duration(); }
-    Status doSetRate(double rate) override { return m_session->setRate(rate); }
-    double doRate() override { return m_session->rate(); }
-
-    std::shared_ptr<DirectShowSession> m_session;
-    QObject m_listener;
 };
 
 class Picture final : public BasicVideo {
@@ -143,13 +108,13 @@ public:
 
     Queried<MediaControl> queryControl() override
     {
-        return query<Control, MediaControl, IMediaControl>(IID_IMediaControl);
+        return query<SessionControl<DirectShowSession>, MediaControl, IMediaControl>(IID_IMediaControl);
     }
     Queried<MediaEvent> queryEvent() override { return query<Event, MediaEvent, IMediaEvent>(IID_IMediaEvent); }
     Queried<BasicVideo> queryBasicVideo() override { return query<Picture, BasicVideo, IBasicVideo>(IID_IBasicVideo); }
     Queried<MediaSeeking> querySeeking() override
     {
-        return query<Seeking, MediaSeeking, IMediaSeeking>(IID_IMediaSeeking);
+        return query<SessionSeeking<DirectShowSession>, MediaSeeking, IMediaSeeking>(IID_IMediaSeeking);
     }
     Queried<VideoWindow> queryVideoWindow() override
     {
@@ -166,7 +131,11 @@ private:
         const Status status = ask(m_session->graph(), identifier, asked);
         if (FAILED(status))
             return {status, nullptr};
-        return {status, std::make_unique<Body>(m_session, std::move(asked))};
+        // Some roles need nothing beside the session, which has their interface too.
+        if constexpr (std::is_constructible_v<Body, decltype(m_session)>)
+            return {status, std::make_unique<Body>(m_session)};
+        else
+            return {status, std::make_unique<Body>(m_session, std::move(asked))};
     }
 
     std::shared_ptr<DirectShowSession> m_session;

@@ -1,6 +1,7 @@
 #include "player/mpv/mpv_graph.h"
 
 #include "player/graph_system.h"
+#include "player/session_roles.h"
 
 #include <QWidget>
 
@@ -9,49 +10,12 @@
 
 namespace {
 
-class Control final : public MediaControl {
-public:
-    explicit Control(std::shared_ptr<MpvSession> session) : m_session(std::move(session)) {}
-    Status run() override { return m_session->run(); }
-    Status pause() override { return m_session->pause(); }
-    Status stop() override
-    {
-        m_session->stop();
-        return statusOk;
-    }
-
-private:
-    std::shared_ptr<MpvSession> m_session;
-};
-
-class Seeking final : public MediaSeeking {
-public:
-    explicit Seeking(std::shared_ptr<MpvSession> session) : m_session(std::move(session))
-    {
-        QObject::connect(m_session.get(), &MpvSession::landed, &m_listener, [this] { settled(); });
-    }
-
-private:
-    Status doSeek(MediaTime time, SeekTo picture) override { return m_session->seek(time, picture); }
-    bool doIsSettled() override { return m_session->isSettled(); }
-    bool doIsPaused() override { return m_session->isPaused(); }
-    double doPosition() override { return m_session->position(); }
-    double doNextPicture() override { return m_session->nextPicture(); }
-    double doFrameDuration() override { return m_session->film().times.frame; }
-    MediaTime doDuration() override { return m_session->film().duration; }
-    Status doSetRate(double rate) override { return m_session->setRate(rate); }
-    double doRate() override { return m_session->rate(); }
-
-    std::shared_ptr<MpvSession> m_session;
-    QObject m_listener;
-};
-
 class Picture final : public BasicVideo {
 public:
     explicit Picture(std::shared_ptr<MpvSession> session) : m_session(std::move(session)) {}
     std::int32_t sourceWidth() override { return m_session->film().width; }
     std::int32_t sourceHeight() override { return m_session->film().height; }
-    double averageTimePerFrame() override { return m_session->film().times.frame; }
+    double averageTimePerFrame() override { return m_session->frameDuration(); }
 
 private:
     std::shared_ptr<MpvSession> m_session;
@@ -95,10 +59,10 @@ class Builder final : public GraphBuilder {
 public:
     explicit Builder(std::shared_ptr<MpvSession> session) : m_session(std::move(session)) {}
 
-    Queried<MediaControl> queryControl() override { return role<Control, MediaControl>(m_session); }
+    Queried<MediaControl> queryControl() override { return role<SessionControl<MpvSession>, MediaControl>(m_session); }
     Queried<MediaEvent> queryEvent() override { return {statusOk, std::make_unique<MediaEvent>()}; }
     Queried<BasicVideo> queryBasicVideo() override { return role<Picture, BasicVideo>(m_session); }
-    Queried<MediaSeeking> querySeeking() override { return role<Seeking, MediaSeeking>(m_session); }
+    Queried<MediaSeeking> querySeeking() override { return role<SessionSeeking<MpvSession>, MediaSeeking>(m_session); }
     Queried<VideoWindow> queryVideoWindow() override { return role<Window, VideoWindow>(m_session); }
 
 private:

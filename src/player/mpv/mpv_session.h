@@ -55,6 +55,8 @@ public:
     [[nodiscard]] double rate() const { return m_rate; }
 
     [[nodiscard]] const MpvFilm &film() const { return m_film; }
+    [[nodiscard]] double frameDuration() const { return m_film.times.frame; }
+    [[nodiscard]] MediaTime duration() const { return m_film.duration; }
     [[nodiscard]] MpvSound &sound() { return m_sound; }
     [[nodiscard]] VideoSurface &surface() const { return m_surface; }
 
