@@ -64,12 +64,13 @@ FilmSpec markedFilm(const QString &suffix, const QString &rate)
             .video = h264 ? groups : video.split(' ')};
 }
 
-/// A key, to the main window.
+/// A key, to the main window; waits for the picture that it asks for, without which the next key would mean another.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::ControlModifier)
 {
     Form1->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(Form1));
     QTest::keyClick(Form1, key, modifiers);
+    QVERIFY(QTest::qWaitFor(IsSettled, 10'000));
 }
 
 /// Does `work` inside the message loop of the window that a key or a click is about to open modally.
