@@ -106,6 +106,7 @@ private Q_SLOTS:
     void everySearchEndsOnTheRightPicture();
     void theNeighbourCostsOneCommand();
     void aStepThatBringsNothingGivesWayToASeek();
+    void theSoundsTimeIsNoLanding();
 
 private:
     QRandomGenerator m_random;
@@ -193,6 +194,17 @@ void PictureSearchTest::aStepThatBringsNothingGivesWayToASeek()
     QCOMPARE(search.start().kind, SearchCommand::StepForward);
     QCOMPARE(search.landed(1.0, false).kind, SearchCommand::Seek);
     QCOMPARE(search.landed(1.04, false).kind, SearchCommand::Done);
+}
+
+void PictureSearchTest::theSoundsTimeIsNoLanding()
+{
+    const FilmTimes times{.first = 0.0, .end = 10.0, .frame = 0.04};
+    PictureSearch search(times, 1.0, 5.0, SeekTo::Time, false, KnownPicture{5.0, 2.0, false});
+    const SearchCommand first = search.start();
+    const SearchCommand second = search.landed(5.01, false, false);
+    QCOMPARE(second.kind, SearchCommand::Seek);
+    QVERIFY(second.demuxerOffset > first.demuxerOffset && first.demuxerOffset > 2.0);
+    QCOMPARE(search.landed(5.08, false).kind, SearchCommand::Done);
 }
 
 QTEST_APPLESS_MAIN(PictureSearchTest)

@@ -147,8 +147,15 @@ void MpvSession::standAt(double told)
     }
     const auto next = m_pictures->after(*picture);
     const bool isAtEnd = next.isKnown && (!next.picture || !m_pictures->after(*next.picture).picture);
-    if (isAtEnd)
+    // A core whose decoder has found no picture since a seek tells the sound's time, and what is drawn is older.
+    if (isAtEnd || !isOfPicture(latest))
         pursue({pictureMediaTime(*picture - m_film.times.first, 1.0 / m_film.times.frame), SeekTo::Time});
+}
+
+bool MpvSession::isOfPicture(double told)
+{
+    const auto picture = m_pictures ? m_pictures->at(told) : std::nullopt;
+    return !picture || std::abs(told - *picture) <= PictureSearch::knownTolerance;
 }
 
 bool MpvSession::tellsMoreThanIsDrawn(double told) const
@@ -298,7 +305,7 @@ void MpvSession::land()
     const double here = m_core.number("time-pos").value_or(m_shown);
     // With the sound on, the target's time is told where the sound goes on beyond the pictures.
     const bool atEnd = (m_sound.isSilent() && m_command.isSeekPastEnd(here)) || m_core.flag("eof-reached");
-    const SearchCommand next = m_search->landed(here, atEnd);
+    const SearchCommand next = m_search->landed(here, atEnd, m_wantPaused || isOfPicture(here));
     m_shown = m_search->shown();
     if (next.kind == SearchCommand::Done) {
         finish();

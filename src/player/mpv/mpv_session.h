@@ -94,6 +94,8 @@ private:
     void land();
     void finish();
     void applyPause();
+    /// False if the core tells a time that no picture has: that of the sound.
+    [[nodiscard]] bool isOfPicture(double told);
     [[nodiscard]] bool tellsMoreThanIsDrawn(double told) const;
 
     VideoSurface &m_surface;

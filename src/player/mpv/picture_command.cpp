@@ -123,10 +123,14 @@ void PictureCommand::lookAgain()
 {
     const bool goesOn = m_kind == SearchCommand::Seek && m_core.flag("pause") && m_core.flag("seeking")
                         && !m_sent.hasExpired(std::chrono::milliseconds(longestSeek).count());
-    if (goesOn)
+    if (goesOn) {
         m_patience.start(longestWait);
-    else
-        land();
+        return;
+    }
+    // Else the core would take the step after the next command.
+    if (isStepForward())
+        m_core.setFlag("pause", true);
+    land();
 }
 
 void PictureCommand::land()

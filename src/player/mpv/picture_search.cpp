@@ -16,12 +16,13 @@ constexpr double coreTolerance = 0.005;
 constexpr double oddFraction = 0.000063;
 constexpr double targetShift = coreTolerance - PictureSearch::seekTolerance - oddFraction;
 
-/// The core's seconds for a known picture are that picture's, give or take this much.
-constexpr double knownTolerance = 0.0004;
-constexpr double knownShift = coreTolerance - knownTolerance - oddFraction;
+constexpr double knownShift = coreTolerance - PictureSearch::knownTolerance - oddFraction;
 
 /// The demuxer starts this many seconds before the group of a known picture, each time that the picture was missed.
 constexpr std::array<double, 3> knownOffsets{0.5, 4.0, 16.0};
+
+/// A demuxer without an index may go by the sound while that plays, which may lie so many seconds before the pictures.
+constexpr double soundBefore = 1.0;
 
 /// More steps than this are no way to a known picture.
 constexpr int mostKnownSteps = 8;
@@ -75,12 +76,12 @@ SearchCommand PictureSearch::start()
     return seekTarget();
 }
 
-SearchCommand PictureSearch::landed(double here, bool atEnd)
+SearchCommand PictureSearch::landed(double here, bool atEnd, bool isOfPicture)
 {
     switch (m_phase) {
     case Phase::SeekingKnown:
     case Phase::SteppingKnown:
-        return knownLanded(here, atEnd);
+        return knownLanded(here, atEnd, isOfPicture);
     case Phase::Seeking:
         return seekLanded(here, atEnd);
     case Phase::Stepping:
@@ -220,17 +221,20 @@ SearchCommand PictureSearch::stepKnown()
 SearchCommand PictureSearch::seekKnown()
 {
     m_phase = Phase::SeekingKnown;
-    double offset = m_known->isIndexed ? 0.0 : m_known->groupSeconds;
+    double offset = 0.0;
+    if (m_seeks > 0 || !m_known->isIndexed)
+        offset = m_known->groupSeconds + (m_paused ? 0.0 : soundBefore);
     if (m_seeks > 0)
-        offset = m_known->groupSeconds + knownOffsets.at(static_cast<std::size_t>(m_seeks) - 1);
+        offset += knownOffsets.at(static_cast<std::size_t>(m_seeks) - 1);
     ++m_seeks;
     return {SearchCommand::Seek, m_target + knownShift, offset};
 }
 
-SearchCommand PictureSearch::knownLanded(double here, bool atEnd)
+SearchCommand PictureSearch::knownLanded(double here, bool atEnd, bool isOfPicture)
 {
     const double late = here - m_target;
-    if (std::abs(late) <= knownTolerance || (!m_paused && !atEnd && late > 0.0 && late < runningOn)) {
+    const bool hasRunOn = !m_paused && !atEnd && isOfPicture && late > 0.0 && late < runningOn;
+    if (std::abs(late) <= knownTolerance || hasRunOn) {
         // Not what the core tells, which it has rounded.
         m_shown = m_target;
         return {};

@@ -53,6 +53,9 @@ public:
     /// than containers round times by, less than the distance of two pictures.
     static constexpr double seekTolerance = 0.0025;
 
+    /// The core's seconds for a known picture are that picture's, give or take this much.
+    static constexpr double knownTolerance = 0.0004;
+
     /// From the picture at `shown` to `goal`; `target` is the time asked for. `paused` allows stepping. `known` is the
     /// picture that is meant, where that is known.
     PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused,
@@ -62,8 +65,8 @@ public:
     [[nodiscard]] SearchCommand start();
 
     /// The next command after the one before has landed on the picture at `here`, or at the end of the film,
-    /// where `here` means nothing.
-    [[nodiscard]] SearchCommand landed(double here, bool atEnd);
+    /// where `here` means nothing. `isOfPicture` is false if `here` is known to be the time of no picture.
+    [[nodiscard]] SearchCommand landed(double here, bool atEnd, bool isOfPicture = true);
 
     /// Time of the picture that is on the screen when the search is done.
     [[nodiscard]] double shown() const { return m_shown; }
@@ -84,7 +87,7 @@ private:
     [[nodiscard]] SearchCommand startKnown();
     [[nodiscard]] SearchCommand seekKnown();
     [[nodiscard]] SearchCommand stepKnown();
-    [[nodiscard]] SearchCommand knownLanded(double here, bool atEnd);
+    [[nodiscard]] SearchCommand knownLanded(double here, bool atEnd, bool isOfPicture);
 
     FilmTimes m_film;
     double m_shown;
