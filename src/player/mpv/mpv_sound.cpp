@@ -17,6 +17,12 @@ constexpr auto firstStartCheck = std::chrono::milliseconds(300);
 constexpr auto firstDeviceSearch = std::chrono::seconds(1);
 constexpr auto rarestDeviceSearch = std::chrono::seconds(16);
 
+/// The one device whose mixer sets the amplitude itself; those of the others, like the core's own, set its cube root.
+constexpr const char *linearDevice = "wasapi";
+
+constexpr double full = 0xFFFF;
+constexpr double curve = 3.0;
+
 } // namespace
 
 MpvSound::MpvSound(MpvCore &core) : m_core(core)
@@ -29,19 +35,27 @@ MpvSound::MpvSound(MpvCore &core) : m_core(core)
 
 std::uint16_t MpvSound::level()
 {
-    constexpr double full = 0xFFFF;
-    if (const std::optional<double> percent = m_levelApplied ? m_core.number("ao-volume") : std::nullopt)
-        m_level = static_cast<std::uint16_t>(std::clamp(std::round(*percent / 100.0 * full), 0.0, full));
+    const std::optional<double> percent = m_levelApplied ? m_core.number("ao-volume") : std::nullopt;
+    if (percent) {
+        const double level = std::pow(*percent / 100.0, deviceIsLinear() ? 1.0 : curve) * full;
+        m_level = static_cast<std::uint16_t>(std::clamp(std::round(level), 0.0, full));
+    }
     return m_level;
 }
 
 void MpvSound::setLevel(std::uint16_t level)
 {
     m_level = level;
-    const double percent = level / static_cast<double>(0xFFFF) * 100.0;
+    const double linear = level / full * 100.0;
+    const double rooted = std::pow(level / full, 1.0 / curve) * 100.0;
     // One of the two mixers sets the level and the other one stays open.
-    m_levelApplied = m_core.setNumber("ao-volume", percent);
-    m_core.setNumber("volume", m_levelApplied ? 100.0 : percent);
+    m_levelApplied = m_core.setNumber("ao-volume", deviceIsLinear() ? linear : rooted);
+    m_core.setNumber("volume", m_levelApplied ? 100.0 : rooted);
+}
+
+bool MpvSound::deviceIsLinear() const
+{
+    return m_core.string("current-ao") == linearDevice;
 }
 
 void MpvSound::deviceChanged()

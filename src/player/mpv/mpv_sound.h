@@ -17,7 +17,8 @@ public:
     explicit MpvSound(MpvCore &core);
 
     /// The level (0 to 0xFFFF) of this program's stream in the sound server, which others may change there; while
-    /// there is no stream, the level that the next one gets.
+    /// there is no stream, the level that the next one gets. Half the level is half the amplitude, whatever device
+    /// plays.
     [[nodiscard]] std::uint16_t level();
 
     /// Sets the level of the stream, or of the core's own mixer until there is a stream.
@@ -45,6 +46,7 @@ public:
     }
 
 private:
+    [[nodiscard]] bool deviceIsLinear() const;
     void checkStart();
     void checkDevice();
     void searchDevice();

@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cmath>
+
 // The program's stream in a real sound server whose only device plays to nowhere.
 
 class SoundTest : public QObject {
@@ -47,12 +49,12 @@ private:
         process.waitForFinished(5000);
         return process.readAllStandardOutput();
     }
-    /// Volume of this process's stream in percent, or -1 while there is no stream.
+    /// Amplitude of this process's stream in percent, the cube of what the server counts; -1 while there is no stream.
     [[nodiscard]] static int streamPercent()
     {
-        static const QRegularExpression percent("Volume:[^\n%]*?(\\d+)%");
-        const QRegularExpressionMatch found = percent.match(pactl({"list", "sink-inputs"}));
-        return found.hasMatch() ? found.captured(1).toInt() : -1;
+        static const QRegularExpression volume("Volume:[^\n/]*?(\\d+) /");
+        const QRegularExpressionMatch found = volume.match(pactl({"list", "sink-inputs"}));
+        return found.hasMatch() ? qRound(100.0 * std::pow(found.captured(1).toInt() / 65536.0, 3)) : -1;
     }
     [[nodiscard]] static int told() { return qRound(GetVolume() * 100.0 / 0xFFFF); }
     static void setLevel(int percent) { SetVolume(static_cast<std::uint16_t>(qRound(percent * 0xFFFF / 100.0))); }
@@ -128,7 +130,7 @@ void SoundTest::theLevelFollowsBothWays()
     for (const int percent : {70, 35}) {
         if (percent != 70)
             pactl({"set-sink-input-volume", pactl({"list", "short", "sink-inputs"}).split('\t').constFirst(),
-                   QString("%1%").arg(percent)});
+                   QString::number(percent / 100.0, 'f', 2)});
         // Nobody asks for the level before the stream ends.
         QTRY_COMPARE(streamPercent(), percent);
         Pause();
