@@ -4,6 +4,7 @@
 #include "export/radio_group.h"
 #include "export/scene_gif.h"
 #include "export/status_panel.h"
+#include "platform/file_name.h"
 #include "player/player_state.h"
 #include "scenes/scene.h"
 #include "scenes/scene_list_window.h"
@@ -54,12 +55,12 @@ int lastRow()
 
 void makeFolder(const QString &folder)
 {
-    std::error_code error;
-    const std::filesystem::path path = folder.toStdU16String();
-    if (std::filesystem::is_directory(path, error))
+    if (QFileInfo(folder).isDir())
         return;
-    const bool occupied = std::filesystem::exists(path, error);
-    if (!occupied && std::filesystem::create_directory(path, error))
+    std::error_code error;
+    const bool occupied = QFileInfo::exists(folder);
+    const QString name = QString::fromStdString(openableName(folder.toStdString()));
+    if (!occupied && std::filesystem::create_directory(name.toStdU16String(), error))
         return;
     throw UserError(QStringLiteral("Не удалось создать папку изображений «%1»: %2")
                         .arg(folder, occupied ? QStringLiteral("под этим именем есть файл") : errorReason(error)));

@@ -1,5 +1,6 @@
 #include "export/sql_connection.h"
 
+#include "platform/file_name.h"
 #include "util/user_error.h"
 
 #include <QRegularExpression>
@@ -33,6 +34,11 @@ QString reasonOf(int code, sqlite3 *database)
     return QString::fromUtf8(sqlite3_errmsg(database));
 }
 
+int openDatabase(const QString &file, sqlite3 **database, int flags)
+{
+    return sqlite3_open_v2(openableName(file.toStdString()).c_str(), database, flags, nullptr);
+}
+
 struct FinalizeStatement {
     void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
 };
@@ -54,7 +60,7 @@ void TSQLConnection::Open()
     if (Params.value(QStringLiteral("FailIfMissing")).compare(QLatin1String("False"), Qt::CaseInsensitive) == 0)
         flags |= SQLITE_OPEN_CREATE;
     sqlite3 *database = nullptr;
-    const int code = sqlite3_open_v2(file.toUtf8().constData(), &database, flags, nullptr);
+    const int code = openDatabase(file, &database, flags);
     std::unique_ptr<sqlite3, CloseHandle> opening(database);
     if (code != SQLITE_OK) {
         throw UserError(QStringLiteral("Не удалось открыть базу данных «%1»: %2").arg(file, reasonOf(code, database)));
@@ -136,7 +142,7 @@ void TSQLQuery::bind(sqlite3_stmt *statement, int index, const TSQLParam &parame
 bool databaseIsInUse(const QString &file)
 {
     sqlite3 *database = nullptr;
-    const int opening = sqlite3_open_v2(file.toUtf8().constData(), &database, SQLITE_OPEN_READWRITE, nullptr);
+    const int opening = openDatabase(file, &database, SQLITE_OPEN_READWRITE);
     const std::unique_ptr<sqlite3, decltype(&sqlite3_close_v2)> owner(database, sqlite3_close_v2);
     if (opening != SQLITE_OK)
         return false;

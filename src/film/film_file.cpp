@@ -1,7 +1,8 @@
 #include "film/film_file.h"
 
+#include "platform/whole_file.h"
+
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 #include <limits>
 #include <string_view>
@@ -23,8 +24,7 @@ int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDiction
 
 bool isRegularFile(const std::string &path)
 {
-    std::error_code error;
-    return std::filesystem::is_regular_file(std::u8string(path.begin(), path.end()), error);
+    return stateOfFile(std::u8string(path.begin(), path.end())).has_value();
 }
 
 bool isPositive(AVRational rate)

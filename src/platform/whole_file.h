@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -40,6 +42,17 @@ protected:
 
 /// Makes `bytes` the content of `file`, wholly or not at all, as FileReplacement does.
 [[nodiscard]] std::error_code replaceWholeFile(const std::filesystem::path &file, std::string_view bytes);
+
+/// What tells one content of a file from another without reading it.
+struct FileState {
+    std::int64_t changed = 0; ///< when it was written last, as the system counts
+    std::uint64_t size = 0;   ///< bytes
+
+    bool operator==(const FileState &) const = default;
+};
+
+/// Nothing where there is no regular file, or it cannot be seen.
+[[nodiscard]] std::optional<FileState> stateOfFile(const std::filesystem::path &file);
 
 /// Returns when the content of `file`, whoever wrote it, is on the disk.
 [[nodiscard]] std::error_code flushFile(const std::filesystem::path &file);

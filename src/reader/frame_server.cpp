@@ -15,6 +15,11 @@ namespace {
 constexpr std::size_t leastDataSize = protocol::blockSize;
 static_assert(leastDataSize >= protocol::unopenedDataSize);
 
+std::optional<FileState> stateOf(const std::string &path)
+{
+    return stateOfFile(std::u8string(path.begin(), path.end()));
+}
+
 } // namespace
 
 std::unique_ptr<FrameServer> FrameServer::create(const std::string &shareName, Interrupted ended)
@@ -115,7 +120,7 @@ FrameServer::Reply FrameServer::reply(const protocol::Exit & /*command*/)
 
 FrameServer::Reply FrameServer::reply(const protocol::Open &command)
 {
-    const FileState state = stateOf(command.path);
+    const std::optional<FileState> state = stateOf(command.path);
     if (openFilm(command.path))
         return textOf(openedFilm());
     m_film.reset();
@@ -151,18 +156,6 @@ void FrameServer::openAgainIfFileChanged()
     m_refused->looked = Clock::now();
     if (stateOf(m_refused->path) != m_refused->state)
         (void)carryOut(textOf(protocol::Open{m_refused->path}));
-}
-
-FrameServer::FileState FrameServer::stateOf(const std::string &path)
-{
-    const std::filesystem::path file(std::u8string(path.begin(), path.end()));
-    std::error_code timeError;
-    std::error_code sizeError;
-    const auto time = std::filesystem::last_write_time(file, timeError);
-    const auto size = std::filesystem::file_size(file, sizeError);
-    if (timeError || sizeError)
-        return std::nullopt;
-    return std::pair(time, size);
 }
 
 FrameServer::Reply FrameServer::reply(const protocol::Read &command)

@@ -2,13 +2,13 @@
 
 #include "film/interruption.h"
 #include "platform/shared_objects.h"
+#include "platform/whole_file.h"
 #include "protocol/command.h"
 #include "protocol/opened_film.h"
 #include "protocol/reader_side.h"
 #include "reader/film.h"
 
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +28,6 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    /// What is known of a file without opening it; nothing if it cannot be seen.
-    using FileState = std::optional<std::pair<std::filesystem::file_time_type, std::uintmax_t>>;
 
     FrameServer(std::string shareName, Interrupted ended);
     [[nodiscard]] bool createObjects();
@@ -55,7 +53,6 @@ private:
     [[nodiscard]] std::optional<std::size_t> dataSize(std::int64_t pictures) const;
     [[nodiscard]] bool reserveData(std::size_t size);
     void openAgainIfFileChanged();
-    [[nodiscard]] static FileState stateOf(const std::string &path);
     [[nodiscard]] std::chrono::microseconds pause() const;
 
     std::string m_shareName;
@@ -75,7 +72,7 @@ private:
     /// from the first ones.
     struct Refused {
         std::string path;
-        FileState state;
+        std::optional<FileState> state;
         Clock::time_point looked;
     };
     std::optional<Refused> m_refused;

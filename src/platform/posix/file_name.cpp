@@ -4,3 +4,8 @@ std::u16string_view forbiddenInFileNames()
 {
     return {};
 }
+
+std::string openableName(const std::string &file)
+{
+    return file;
+}

@@ -219,6 +219,16 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
     return replacement;
 }
 
+std::optional<FileState> stateOfFile(const std::filesystem::path &file)
+{
+    struct stat status = {};
+    if (::stat(file.c_str(), &status) != 0 || refusalOf(status))
+        return std::nullopt;
+    constexpr std::int64_t nanoseconds = 1'000'000'000;
+    return FileState{status.st_mtim.tv_sec * nanoseconds + status.st_mtim.tv_nsec,
+                     static_cast<std::uint64_t>(status.st_size)};
+}
+
 std::error_code flushFile(const std::filesystem::path &file)
 {
     const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

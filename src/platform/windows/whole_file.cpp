@@ -2,6 +2,7 @@
 
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error.h"
+#include "platform/windows/wide_text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,19 +14,6 @@
 namespace {
 
 constexpr DWORD withEverybody = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-/// The name by which the system finds the file however long it is. Short ones stay, for they may name devices.
-std::wstring openableName(const std::filesystem::path &file)
-{
-    constexpr std::size_t longestPlain = 240; // some calls take fewer than MAX_PATH
-    std::wstring name = file.native();
-    const DWORD size = GetFullPathNameW(name.c_str(), 0, nullptr, nullptr);
-    if (size < longestPlain || name.starts_with(LR"(\\?\)"))
-        return name;
-    std::wstring whole(size, L'\0');
-    whole.resize(GetFullPathNameW(name.c_str(), size, whole.data(), nullptr));
-    return whole.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + whole.substr(1) : LR"(\\?\)" + whole;
-}
 
 Handle openFile(const std::wstring &name, DWORD access)
 {
@@ -117,7 +105,7 @@ private:
 
 std::error_code readWholeFile(const std::filesystem::path &file, std::string &bytes)
 {
-    const Handle handle = openFile(openableName(file), GENERIC_READ);
+    const Handle handle = openFile(openableName(file.native()), GENERIC_READ);
     if (!handle)
         return lastSystemError();
     if (const std::error_code refusal = refusalOf(handle))
@@ -155,7 +143,7 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
     if (file.filename().native().size() > longestName)
         return refused(std::make_error_code(std::errc::filename_too_long));
     // Asks for all that replacing takes, so that a file that is protected, or held by another program, is refused now.
-    std::wstring target = openableName(file);
+    std::wstring target = openableName(file.native());
     DWORD attributes = FILE_ATTRIBUTE_NORMAL;
     if (const Handle old = openFile(target, GENERIC_WRITE | DELETE)) {
         if (const std::error_code refusal = refusalOf(old))
@@ -172,8 +160,9 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
     constexpr int nameAttempts = 1000;
     const std::wstring folder = target.substr(0, target.find_last_of(LR"(\/)") + 1);
     for (int attempt = 0; attempt < nameAttempts; ++attempt) {
-        const std::wstring name = openableName(folder + L".tavrin-" + std::to_wstring(GetCurrentProcessId()) + L'-'
-                                               + std::to_wstring(attempt));
+        const std::wstring unfinished =
+            folder + L".tavrin-" + std::to_wstring(GetCurrentProcessId()) + L'-' + std::to_wstring(attempt);
+        const std::wstring name = openableName(unfinished);
         Handle made(CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (made)
             return std::make_unique<WindowsReplacement>(std::move(made), name, std::move(target), attributes);
@@ -183,8 +172,20 @@ std::unique_ptr<FileReplacement> FileReplacement::create(const std::filesystem::
     return refused(lastSystemError());
 }
 
+std::optional<FileState> stateOfFile(const std::filesystem::path &file)
+{
+    const Handle handle = openFile(openableName(file.native()), FILE_READ_ATTRIBUTES);
+    BY_HANDLE_FILE_INFORMATION facts{};
+    if (!handle || refusalOf(handle) || !GetFileInformationByHandle(handle.get(), &facts))
+        return std::nullopt;
+    const auto whole = [](DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32U | low; };
+    const FILETIME &changed = facts.ftLastWriteTime;
+    return FileState{static_cast<std::int64_t>(whole(changed.dwHighDateTime, changed.dwLowDateTime)),
+                     whole(facts.nFileSizeHigh, facts.nFileSizeLow)};
+}
+
 std::error_code flushFile(const std::filesystem::path &file)
 {
-    const Handle handle = openFile(openableName(file), GENERIC_WRITE);
+    const Handle handle = openFile(openableName(file.native()), GENERIC_WRITE);
     return handle ? flush(handle) : lastSystemError();
 }

@@ -1,5 +1,6 @@
 #include "player/mpv/mpv_film.h"
 
+#include "platform/file_name.h"
 #include "widgets/disk_wait.h"
 
 #include <QByteArray>
@@ -86,7 +87,7 @@ Loaded waitForFirstPicture(MpvCore &core, VideoSurface &surface)
 
 Loaded load(MpvCore &core, VideoSurface &surface, const QString &path)
 {
-    if (!core.command({"loadfile", path.toUtf8().constData()}))
+    if (!core.command({"loadfile", openableName(path.toStdString()).c_str()}))
         return Loaded::NoFilm;
     return waitForFirstPicture(core, surface);
 }
