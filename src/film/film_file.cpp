@@ -12,11 +12,6 @@ namespace {
 
 constexpr AVRational guessedFrameRate = {25, 1};
 
-bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names)
-{
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDictionary **)
 {
     return AVERROR(EPERM);
@@ -95,12 +90,7 @@ bool FilmFile::readHeader()
     context->interrupt_callback = {&FilmFile::onInterrupt, this};
     context->io_open = refuseToOpen;
     context->protocol_whitelist = av_strdup("none");
-    // Pictures that an edit list leaves out are told by their times, of which those that it shows are independent.
-    AVDictionary *options = nullptr;
-    av_dict_set(&options, "advanced_editlist", "0", 0);
-    const int result = avformat_open_input(&context, nullptr, nullptr, &options); // frees the context on failure
-    av_dict_free(&options);
-    if (result < 0)
+    if (avformat_open_input(&context, nullptr, nullptr, nullptr) < 0) // frees the context on failure
         return false;
     m_context.reset(context);
     if (avformat_find_stream_info(context, nullptr) < 0 || !chooseStream() || !prepareOrder())
@@ -133,7 +123,8 @@ bool FilmFile::chooseStream()
     m_stream->discard = AVDISCARD_DEFAULT;
 
     const std::string_view format = m_context->iformat->name;
-    m_complete = isOneOf(format, {"mov,mp4,m4a,3gp,3g2,mj2", "avi"});
+    m_isEdited = format == "mov,mp4,m4a,3gp,3g2,mj2";
+    m_complete = m_isEdited || format == "avi";
     m_sparseIndex = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     return true;
 }
@@ -242,12 +233,6 @@ bool FilmFile::knowsTimes() const
     return m_tellsTimes || (m_isAvi && m_stream->codecpar->video_delay == 0);
 }
 
-std::int64_t FilmFile::editStart() const
-{
-    // The edit's begin is this demuxer's zero; what decoding needs before it is told with times below.
-    return std::string_view(m_context->iformat->name).starts_with("mov") ? 0 : std::numeric_limits<std::int64_t>::min();
-}
-
 std::int64_t FilmFile::duration() const
 {
     if (m_stream->duration != AV_NOPTS_VALUE && m_stream->duration > 0)
@@ -259,18 +244,24 @@ std::int64_t FilmFile::duration() const
 
 std::int64_t FilmFile::pictureCount() const
 {
-    if (m_stream->nb_frames > 0)
-        return m_stream->nb_frames - picturesBeforeEdit();
+    const std::int64_t edited = m_isEdited ? editedPictures() : 0;
+    if (edited > 0 || m_stream->nb_frames > 0)
+        return edited > 0 ? edited : m_stream->nb_frames;
     const AVRational length = av_mul_q(av_inv_q(frameRate()), av_inv_q(m_stream->time_base));
     // What does not fit is a number below zero.
     return length.num > 0 ? std::max<std::int64_t>(av_rescale(duration(), length.den, length.num), 0) : 0;
 }
 
-// As many pictures are shown before a time as decoded before it, but for those that wait in the decoder.
-std::int64_t FilmFile::picturesBeforeEdit() const
+// Pictures that an edit list leaves out, and decoding needs, are marked in the index; those that it repeats are there
+// again.
+std::int64_t FilmFile::editedPictures() const
 {
-    const int decoded = editStart() < 0 ? 0 : av_index_search_timestamp(m_stream, editStart(), AVSEEK_FLAG_ANY);
-    return std::clamp<std::int64_t>(decoded - m_stream->codecpar->video_delay, 0, m_stream->nb_frames - 1);
+    std::int64_t count = 0;
+    for (int index = 0; index < avformat_index_get_entries_count(m_stream); ++index) {
+        const AVIndexEntry *entry = avformat_index_get_entry(m_stream, index);
+        count += (entry->flags & AVINDEX_DISCARD_FRAME) == 0 ? 1 : 0;
+    }
+    return count;
 }
 
 AVRational FilmFile::pixelAspect(const AVFrame *picture) const

@@ -40,8 +40,6 @@ public:
     /// True if the times that `read` sets are those that pictures are shown at: told, or the slots of pictures that
     /// are shown in decoding order.
     [[nodiscard]] bool knowsTimes() const;
-    /// What is shown before this time is left out by the container's edit list.
-    [[nodiscard]] std::int64_t editStart() const;
 
     /// True if decoding can start where packets are marked as keys. False if a decoder does not bear the marks out, or
     /// there are none: decoding starts at the film's first packet then.
@@ -80,7 +78,7 @@ private:
     [[nodiscard]] bool areMarksTrue();
     [[nodiscard]] bool beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const;
     [[nodiscard]] Packet readStream();
-    [[nodiscard]] std::int64_t picturesBeforeEdit() const;
+    [[nodiscard]] std::int64_t editedPictures() const;
     void countByIndex(AVPacket &packet) const;
     void addPalette(AVPacket &packet) const;
     [[nodiscard]] Packet readFiltered();
@@ -98,6 +96,7 @@ private:
     FormatContext m_context;
     AVStream *m_stream = nullptr;
     bool m_isAvi = false;
+    bool m_isEdited = false;    ///< the container may have an edit list
     bool m_complete = false;    ///< the index names every picture
     bool m_sparseIndex = false; ///< there is none worth the name: transport and program streams
     BitstreamFilter m_filter;

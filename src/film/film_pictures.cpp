@@ -75,7 +75,7 @@ private:
     [[nodiscard]] bool isNear(std::int64_t time) const
     {
         const PacketPlace *key = m_stretch.isEmpty() ? nullptr : m_stretch.firstKey();
-        return key != nullptr && av_sat_sub64(key->shown, time) <= nearSeconds * m_second
+        return key != nullptr && av_sat_sub64(key->told, time) <= nearSeconds * m_second
                && av_sat_sub64(time, m_stretch.complete()) <= nearSeconds * m_second;
     }
 
@@ -231,7 +231,7 @@ std::optional<FilmPictures::GroupBegin> FilmPictures::groupBegin(std::int64_t ti
         const PacketPlace *key = m_body->stretch().keyFor(*picture);
         if (key == nullptr)
             return std::nullopt;
-        begin = {key->shown, std::min(key->decoded, key->shown)};
+        begin = {key->told, std::min(key->decoded, key->told)};
     }
     begin.secondsBefore = secondsOf(*picture - begin.decoded) + (m_body->film().hasIndex() ? 0.0 : demuxerMargin);
     return begin;

@@ -71,6 +71,7 @@ std::optional<PacketPlace> PacketStretch::readPlace()
         return std::nullopt;
     PacketPlace place;
     place.position = packet->pos;
+    place.told = packet->pts;
     place.tellsDecoding = packet->dts != AV_NOPTS_VALUE;
     place.decoded = place.tellsDecoding ? packet->dts : packet->pts;
     // Where nothing is marked rightly, times are told from anywhere on.
@@ -105,7 +106,7 @@ std::optional<std::int64_t> PacketStretch::findFirstPicture()
 {
     if (!m_film.knowsTimes() || !beginAtFilm() || !reachKey())
         return std::nullopt;
-    std::int64_t before = std::max(firstKey()->shown, m_film.editStart()) - 1;
+    std::int64_t before = av_sat_sub64(firstKey()->told, 1);
     for (;;) {
         const auto candidate = knowsAfter(before) ? firstAfter(before) : std::nullopt;
         // Where pictures are refreshed little by little, those before the first whole one are not shown.
@@ -213,7 +214,7 @@ const PacketPlace *PacketStretch::keyFor(std::int64_t time) const
     if (std::any_of(m_places.rbegin(), place, isUntold))
         return nullptr;
     for (std::ptrdiff_t after = 0; place != m_places.rend() && !place->isUntold; ++place, ++after) {
-        if (place->isKey && place->shown <= *picture && place->recovery <= after)
+        if (place->isKey && place->told <= *picture && place->recovery <= after)
             return &*place;
     }
     return nullptr;

@@ -8,7 +8,8 @@
 
 /// What a packet tells about its picture; times in the stream's time base.
 struct PacketPlace {
-    std::int64_t shown = AV_NOPTS_VALUE;   ///< none if it shows no picture of the film
+    std::int64_t told = AV_NOPTS_VALUE;    ///< the presentation time, shown or not
+    std::int64_t shown = AV_NOPTS_VALUE;   ///< the same; none if it shows no picture of the film
     std::int64_t decoded = AV_NOPTS_VALUE; ///< the presentation time where there is no other
     bool tellsDecoding = false;            ///< there is another
     std::int64_t position = -1;            ///< in the file

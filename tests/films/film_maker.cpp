@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QLockFile>
 #include <QProcess>
+#include <QtEndian>
 
 #include <stdexcept>
 
@@ -70,6 +71,19 @@ void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString 
     (void)outputOf("sh", both + ffmpegArguments(spec, path));
 }
 
+void writeEdits(const FilmSpec &spec, const QString &path)
+{
+    QByteArray film = contentOf(path);
+    // Behind the name, version and flags, and their number.
+    char *edit = film.data() + film.indexOf("elst") + 12;
+    for (const auto &[duration, begin] : spec.edits) {
+        qToBigEndian(duration, edit);
+        qToBigEndian(begin, edit + 4);
+        edit += 12;
+    }
+    writeFile(path, film);
+}
+
 } // namespace
 
 const std::vector<FilmSpec> &standardFilms()
@@ -99,6 +113,12 @@ const std::vector<FilmSpec> &standardFilms()
         copied({.file = "cut.mp4", .video = h264, .audio = aac}, 4.3),
         copied({.file = "cut_open.mov", .video = openGroups}, 4.3),
         {.file = "late.mp4", .video = h264, .audio = aac, .container = {"-output_ts_offset", "5.5"}},
+        {.file = "pictures_late.mp4", .video = QStringList{"-vf", "setpts=PTS+2/TB"} + h264, .audio = aac},
+        // Begins after nothing, within a group, and ends before its pictures do.
+        {.file = "edited.mp4",
+         .video = h264,
+         .container = {"-output_ts_offset", "5.5"},
+         .edits = {{3000, -1}, {8000, 56064}}},
         {.file = "sound_outlasts.mp4", .video = h264, .audio = QStringList{"-af", "apad=pad_dur=3"} + aac},
         {.file = "sparse.avi",
          .rate = "15/1",
@@ -179,14 +199,16 @@ QString makeFilm(const FilmSpec &spec)
     const QDir folder(QStringLiteral(TAVRIN_FILMS_FOLDER));
     folder.mkpath(".");
     const QString path = folder.filePath(spec.file);
-    const QStringList ingredients{painter,
-                                  QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
-                                  QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
-                                  QString::number(spec.frames),
-                                  spec.rate,
-                                  QString::number(spec.rotation),
-                                  QString::number(spec.copiedFrom),
-                                  QString::number(spec.cutBytes)};
+    QStringList ingredients{painter,
+                            QFileInfo(painter).lastModified().toString(Qt::ISODateWithMs),
+                            QString("%1x%2").arg(spec.size.width()).arg(spec.size.height()),
+                            QString::number(spec.frames),
+                            spec.rate,
+                            QString::number(spec.rotation),
+                            QString::number(spec.copiedFrom),
+                            QString::number(spec.cutBytes)};
+    for (const auto &[duration, begin] : spec.edits)
+        ingredients += {QString::number(duration), QString::number(begin)};
     const QByteArray recipe = (ingredients + ffmpegArguments(spec, spec.file)).join('\n').toUtf8();
     QLockFile lock(path + ".lock");
     lock.setStaleLockTime(0);
@@ -211,6 +233,8 @@ QString makeFilm(const FilmSpec &spec)
         (void)outputOf("ffmpeg", arguments + spec.container + QStringList{path});
         QFile::remove(first);
     }
+    if (!spec.edits.isEmpty())
+        writeEdits(spec, path);
     if (spec.cutBytes > 0)
         writeFile(path, contentOf(path).sliced(spec.cutBytes));
     writeFile(made.fileName(), recipe);

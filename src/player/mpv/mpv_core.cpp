@@ -31,7 +31,8 @@ constexpr std::array<CoreOption, 11> neededOptions{{
     // The core reads the file itself; what a format would open by name, it asks a protocol for.
     {"access-references", "no"},
     {"load-unsafe-playlists", "no"},
-    {"demuxer-lavf-o", "protocol_whitelist=none"},
+    // The core by itself plays what an edit list leaves out.
+    {"demuxer-lavf-o", "protocol_whitelist=none,advanced_editlist=1"},
 }};
 
 /// A build that does not know one of these is a build without what it switches off, or one that does without.
