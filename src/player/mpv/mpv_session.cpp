@@ -18,6 +18,9 @@ using namespace std::chrono_literals;
 /// Sound that outlasts the last picture by less is what an encoder leaves, and no part of the film (seconds).
 constexpr double shortestTail = 0.25;
 
+/// The sound's time may be behind that of the picture by what its device has not played yet (seconds).
+constexpr double longestSoundDelay = 0.5;
+
 enum : std::uint64_t { observeTime = 1, observeEnd, observeSound };
 
 } // namespace
@@ -145,8 +148,10 @@ void MpvSession::standAt(double told)
         m_tail = told;
         return;
     }
-    const auto next = m_pictures->after(*picture);
-    const bool isAtEnd = next.isKnown && (!next.picture || !m_pictures->after(*next.picture).picture);
+    // Where the pictures have ended, what the sound's time happens to name proves nothing.
+    const auto later = m_pictures->at(latest + longestSoundDelay).value_or(*picture);
+    const auto next = m_pictures->after(later);
+    const bool isAtEnd = next.isKnown && !next.picture;
     // A core whose decoder has found no picture since a seek tells the sound's time, and what is drawn is older.
     if (isAtEnd || !isOfPicture(latest))
         pursue({pictureMediaTime(*picture - m_film.times.first, 1.0 / m_film.times.frame), SeekTo::Time});
