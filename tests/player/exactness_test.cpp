@@ -86,17 +86,23 @@ void ExactnessTest::init()
     QFETCH_GLOBAL(QString, film);
     m_film = &standardFilm(film);
     const QString path = makeFilm(*m_film);
-    static QHash<QString, std::vector<DecodedPicture>> decoded;
-    if (!decoded.contains(film))
-        decoded[film] = decodedPictures(path, m_film->cutBytes > 0);
-    m_pictures = decoded[film];
-    QVERIFY(last() > 100);
+    static QHash<QString, std::vector<DecodedPicture>> decoded; // nothing of what another graph plays
+    const bool isNew = !decoded.contains(film);
+    if (!isNew && decoded[film].empty())
+        QSKIP("was left to another graph");
     m_player.reset();
     m_player = std::make_unique<EnginePlayer>();
     // Another film has been played before it.
     Open(makeFilm(standardFilm("mpeg2_transport.ts")));
     m_player->openPaused(path);
     QVERIFY(OPENED);
+    const bool isLeft = GraphName() != testedGraphName();
+    if (isNew)
+        decoded[film] = isLeft ? std::vector<DecodedPicture>() : decodedPictures(path, m_film->cutBytes > 0);
+    if (isLeft)
+        QSKIP("is left to another graph, which has this test too");
+    m_pictures = decoded[film];
+    QVERIFY(last() > 100);
     compareShown(0);
     m_random.seed(randomSeed());
 }
