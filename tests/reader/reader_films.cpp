@@ -137,6 +137,7 @@ std::vector<ReaderFilm> allFilms()
         // What was cut out of a film without decoding it.
         {copied(spec("cut.mp4", bFrames), 2.6)},
         {copied(spec("cut_open.mp4", openGroups), 2.6)},
+        {standardFilm("edited.mp4")},
         {cut(spec("cut_h264.ts", bFrames), 188 * 60)},
         {cut(spec("cut_open.ts", openGroups), 188 * 60)},
         {.made = cut(spec("cut_hevc.ts", hevcOpen), 188 * 60), .madeUp = 11},
