@@ -21,8 +21,8 @@ struct FilmSpec {
     QString graph = {};         ///< ffmpeg's filter graph that paints instead of paint_film, ending in [picture]
     double copiedFrom = 0.0;    ///< if not 0, what was made is copied from these seconds on, without decoding
     qint64 cutBytes = 0;        ///< bytes then cut off the file's beginning
-    QList<QPair<int, int>> edits =
-        {}; ///< instead of the first edit list's: each one's duration and begin, in its units
+    /// Duration and begin of each edit, in the units of the container's own list, which they replace.
+    QList<QPair<int, int>> edits = {};
 };
 
 /// The films that frame exactness is proved on: every container and codec that people bring, each with 420
