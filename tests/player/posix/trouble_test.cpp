@@ -349,7 +349,8 @@ void TroubleTest::soundThatOutlastsThePictures()
     m_player->seekTo(5 * unitsPerSecond);
     Play();
     QTRY_VERIFY(GetPosition() > 5 * unitsPerSecond && IsSettled());
-    QTRY_COMPARE_WITH_TIMEOUT(GetPosition(), Duration, 20'000);
+    // Asked once: the core may begin anew then.
+    QVERIFY(QTest::qWaitFor([] { return GetPosition() == Duration; }, 20'000));
     // Before and after a jump into the sound has landed, too.
     for (const auto &[jumps, milliseconds] :
          {std::pair(1, 0), std::pair(2, 0), std::pair(2, 10), std::pair(1, 20), std::pair(1, 100)}) {
