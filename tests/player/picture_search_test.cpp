@@ -107,6 +107,7 @@ private Q_SLOTS:
     void theNeighbourCostsOneCommand();
     void aStepThatBringsNothingGivesWayToASeek();
     void theSoundsTimeIsNoLanding();
+    void soundAfterThePicturesBringsTheLastOne();
 
 private:
     QRandomGenerator m_random;
@@ -205,6 +206,17 @@ void PictureSearchTest::theSoundsTimeIsNoLanding()
     QCOMPARE(second.kind, SearchCommand::Seek);
     QVERIFY(second.demuxerOffset > first.demuxerOffset && first.demuxerOffset > 2.0);
     QCOMPARE(search.landed(5.08, false).kind, SearchCommand::Done);
+}
+
+void PictureSearchTest::soundAfterThePicturesBringsTheLastOne()
+{
+    PictureSearch search({.first = 0.0, .end = 10.0}, 1.96, 5.0, SeekTo::Time, false, KnownPicture{1.96, 0.5});
+    const SearchCommand first = search.start();
+    QVERIFY(first.isOfSound && first.seconds > 4.99 && first.demuxerOffset > 5.0 - 1.96 + 0.5);
+    const SearchCommand second = search.landed(5.0, false, false);
+    QVERIFY(second.isOfSound && second.seconds == first.seconds && second.demuxerOffset > first.demuxerOffset);
+    QCOMPARE(search.landed(5.0, false, true).kind, SearchCommand::Done);
+    QCOMPARE(search.shown(), 5.0);
 }
 
 QTEST_APPLESS_MAIN(PictureSearchTest)

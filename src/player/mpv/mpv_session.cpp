@@ -278,14 +278,13 @@ void MpvSession::pursue(const Wish &wish)
     m_searched = wish;
     if (!m_wantPaused)
         m_shown = m_core.number("time-pos").value_or(m_shown);
-    Aim aim = aimOf(wish);
+    const Aim aim = aimOf(wish);
     m_tail.reset();
     m_tailAsked = aim.isNowhere || wish.picture == SeekTo::Time ? aim.tail : std::nullopt;
     FilmTimes times = m_film.times;
     if (m_tailAsked && !m_wantPaused) {
         // Sound alone is sought.
         times.frame = 0.0;
-        aim.picture.reset();
         m_sound.wake();
     }
     m_search.emplace(times, m_shown, m_film.times.first + secondsOf(wish.time), wish.picture, m_wantPaused,
@@ -310,7 +309,8 @@ void MpvSession::land()
     const double here = m_core.number("time-pos").value_or(m_shown);
     // With the sound on, the target's time is told where the sound goes on beyond the pictures.
     const bool atEnd = (m_sound.isSilent() && m_command.isSeekPastEnd(here)) || m_core.flag("eof-reached");
-    const SearchCommand next = m_search->landed(here, atEnd, m_wantPaused || isOfPicture(here));
+    const bool hasPicture = m_command.isOfSound() ? m_command.hasBegunPicture() : m_wantPaused || isOfPicture(here);
+    const SearchCommand next = m_search->landed(here, atEnd, hasPicture);
     m_shown = m_search->shown();
     if (next.kind == SearchCommand::Done) {
         finish();

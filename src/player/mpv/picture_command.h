@@ -29,6 +29,10 @@ public:
     /// The core runs and pauses by itself until this is over.
     [[nodiscard]] bool isStep() const { return isStepForward() || m_kind == SearchCommand::StepBack; }
 
+    /// A seek of sound alone, and whether a picture came with it.
+    [[nodiscard]] bool isOfSound() const { return m_isOfSound; }
+    [[nodiscard]] bool hasBegunPicture() const { return m_surface.picturesBegun() >= m_awaitedPicture; }
+
     /// The core tells the seek's own target, as it does once it has run past the last picture.
     [[nodiscard]] bool isSeekPastEnd(double told) const;
 

@@ -48,8 +48,8 @@ double furtherBack(double back, double frame)
 
 PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target, SeekTo goal, bool paused,
                              std::optional<KnownPicture> known)
-    : m_film(film), m_shown(shown), m_target(known ? known->seconds : std::max(target, film.first)), m_goal(goal),
-      m_paused(paused), m_known(known), m_origin(shown), m_reached(shown),
+    : m_film(film), m_shown(shown), m_target(known && film.frame > 0.0 ? known->seconds : std::max(target, film.first)),
+      m_goal(goal), m_paused(paused), m_known(known), m_origin(shown), m_reached(shown),
       m_moment(goal == SeekTo::Time && paused ? m_target : std::numeric_limits<double>::infinity())
 {
     if (m_film.last && !m_known)
@@ -58,10 +58,10 @@ PictureSearch::PictureSearch(const FilmTimes &film, double shown, double target,
 
 SearchCommand PictureSearch::start()
 {
-    if (m_known && m_film.frame > 0.0)
-        return startKnown();
     if (m_film.frame <= 0.0)
-        return seek(m_target);
+        return seekSound();
+    if (m_known)
+        return startKnown();
     if (m_goal == SeekTo::NextPicture)
         return m_film.last && m_shown >= *m_film.last - jitter ? SearchCommand{} : step();
     if (m_goal == SeekTo::PreviousPicture) {
@@ -76,12 +76,14 @@ SearchCommand PictureSearch::start()
     return seekTarget();
 }
 
-SearchCommand PictureSearch::landed(double here, bool atEnd, bool isOfPicture)
+SearchCommand PictureSearch::landed(double here, bool atEnd, bool hasPicture)
 {
     switch (m_phase) {
     case Phase::SeekingKnown:
     case Phase::SteppingKnown:
-        return knownLanded(here, atEnd, isOfPicture);
+        return knownLanded(here, atEnd, hasPicture);
+    case Phase::SeekingSound:
+        return soundLanded(hasPicture);
     case Phase::Seeking:
         return seekLanded(here, atEnd);
     case Phase::Stepping:
@@ -116,7 +118,7 @@ SearchCommand PictureSearch::landed(double here, bool atEnd, bool isOfPicture)
 SearchCommand PictureSearch::seek(double seconds)
 {
     m_phase = Phase::Seeking;
-    return {SearchCommand::Seek, std::max(seconds, m_film.first) + targetShift, m_demuxerOffset, m_film.frame <= 0.0};
+    return {SearchCommand::Seek, std::max(seconds, m_film.first) + targetShift, m_demuxerOffset};
 }
 
 SearchCommand PictureSearch::seekTarget()
@@ -135,11 +137,6 @@ SearchCommand PictureSearch::step()
 
 SearchCommand PictureSearch::seekLanded(double here, bool atEnd)
 {
-    if (m_film.frame <= 0.0) {
-        // Sound is sought exactly, but the core tells a time earlier by what the device has not played yet.
-        m_shown = std::min(m_target, m_film.end);
-        return {};
-    }
     const double sought = m_target - m_back;
     if (atEnd) {
         if (sought <= m_film.first) {
@@ -221,19 +218,22 @@ SearchCommand PictureSearch::stepKnown()
 SearchCommand PictureSearch::seekKnown()
 {
     m_phase = Phase::SeekingKnown;
-    double offset = 0.0;
-    if (m_seeks > 0 || !m_known->isIndexed)
-        offset = m_known->groupSeconds + (m_paused ? 0.0 : soundBefore);
-    if (m_seeks > 0)
-        offset += knownOffsets.at(static_cast<std::size_t>(m_seeks) - 1);
+    const double offset = m_seeks == 0 && m_known->isIndexed ? 0.0 : groupOffset();
     ++m_seeks;
     return {SearchCommand::Seek, m_target + knownShift, offset};
 }
 
-SearchCommand PictureSearch::knownLanded(double here, bool atEnd, bool isOfPicture)
+// How much before the known picture the demuxer starts.
+double PictureSearch::groupOffset() const
+{
+    const double further = m_seeks > 0 ? knownOffsets.at(static_cast<std::size_t>(m_seeks) - 1) : 0.0;
+    return m_known->groupSeconds + (m_paused ? 0.0 : soundBefore) + further;
+}
+
+SearchCommand PictureSearch::knownLanded(double here, bool atEnd, bool hasPicture)
 {
     const double late = here - m_target;
-    const bool hasRunOn = !m_paused && !atEnd && isOfPicture && late > 0.0 && late < runningOn;
+    const bool hasRunOn = !m_paused && !atEnd && hasPicture && late > 0.0 && late < runningOn;
     if (std::abs(late) <= knownTolerance || hasRunOn) {
         // Not what the core tells, which it has rounded.
         m_shown = m_target;
@@ -260,4 +260,26 @@ SearchCommand PictureSearch::knownLanded(double here, bool atEnd, bool isOfPictu
         return {};
     m_known.reset();
     return seekBefore();
+}
+
+// Sound alone
+
+SearchCommand PictureSearch::seekSound()
+{
+    m_phase = Phase::SeekingSound;
+    double offset = 0.0;
+    if (m_known) {
+        offset = m_target - m_known->seconds + groupOffset();
+        ++m_seeks;
+    }
+    return {SearchCommand::Seek, m_target + targetShift, offset, true};
+}
+
+SearchCommand PictureSearch::soundLanded(bool hasPicture)
+{
+    if (m_known && !hasPicture && static_cast<std::size_t>(m_seeks) <= knownOffsets.size())
+        return seekSound();
+    // Sound is sought exactly, but the core tells a time earlier by what the device has not played yet.
+    m_shown = std::min(m_target, m_film.end);
+    return {};
 }

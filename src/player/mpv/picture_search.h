@@ -36,7 +36,6 @@ struct SearchCommand {
 ///
 ///  1. The next picture is one step, the previous one a step back; while paused, a time a few pictures ahead is
 ///     stepped to as well, since that decodes those pictures only.
-///     Without pictures every wish is a seek to its time.
 ///  2. Everything else is an exact seek, which shows the first picture that starts at most `seekTolerance` before
 ///     the time asked for.
 ///  3. A seek that lands late, as in transport and program streams, is repeated with the demuxer starting
@@ -47,6 +46,10 @@ struct SearchCommand {
 ///  5. A step back that lands nowhere before, or suspiciously far, is proven: from a seek before it the pictures
 ///     are stepped through up to the one that was shown, and the last one before that is sought.
 ///  6. While paused, a picture that starts after the time asked for gives way to the one before it.
+///
+/// Sound alone, of a film without pictures or after the last one, is sought to its time. A film's last picture has to
+/// come with it: a core that is left without one looks for it at the film's end, and plays on from there. So such a
+/// seek is repeated, too, with the demuxer starting earlier.
 class PictureSearch {
 public:
     /// How much before the time asked for a picture may start and still be the one that is meant (seconds): more
@@ -65,8 +68,8 @@ public:
     [[nodiscard]] SearchCommand start();
 
     /// The next command after the one before has landed on the picture at `here`, or at the end of the film,
-    /// where `here` means nothing. `isOfPicture` is false if `here` is known to be the time of no picture.
-    [[nodiscard]] SearchCommand landed(double here, bool atEnd, bool isOfPicture = true);
+    /// where `here` means nothing. `hasPicture` is false if it is known that no picture has come with it.
+    [[nodiscard]] SearchCommand landed(double here, bool atEnd, bool hasPicture = true);
 
     /// Time of the picture that is on the screen when the search is done.
     [[nodiscard]] double shown() const { return m_shown; }
@@ -75,7 +78,16 @@ public:
     [[nodiscard]] std::optional<double> last() const { return m_film.last; }
 
 private:
-    enum class Phase { Seeking, Stepping, SteppingBack, SeekingBefore, SteppingUp, SeekingKnown, SteppingKnown };
+    enum class Phase {
+        Seeking,
+        Stepping,
+        SteppingBack,
+        SeekingBefore,
+        SteppingUp,
+        SeekingKnown,
+        SteppingKnown,
+        SeekingSound
+    };
 
     [[nodiscard]] SearchCommand seek(double seconds);
     [[nodiscard]] SearchCommand seekTarget();
@@ -87,7 +99,10 @@ private:
     [[nodiscard]] SearchCommand startKnown();
     [[nodiscard]] SearchCommand seekKnown();
     [[nodiscard]] SearchCommand stepKnown();
-    [[nodiscard]] SearchCommand knownLanded(double here, bool atEnd, bool isOfPicture);
+    [[nodiscard]] double groupOffset() const;
+    [[nodiscard]] SearchCommand knownLanded(double here, bool atEnd, bool hasPicture);
+    [[nodiscard]] SearchCommand seekSound();
+    [[nodiscard]] SearchCommand soundLanded(bool hasPicture);
 
     FilmTimes m_film;
     double m_shown;
