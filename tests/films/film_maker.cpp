@@ -71,6 +71,13 @@ void paintAndEncode(const FilmSpec &spec, const QString &painter, const QString 
     (void)outputOf("sh", both + ffmpegArguments(spec, path));
 }
 
+// The test library says of an exception only that there was one.
+[[noreturn]] void fail(const QString &why)
+{
+    qCritical("%s", qPrintable(why));
+    throw std::runtime_error(why.toStdString());
+}
+
 void writeEdits(const FilmSpec &spec, const QString &path)
 {
     QByteArray film = contentOf(path);
@@ -152,7 +159,7 @@ const FilmSpec &standardFilm(const QString &file)
         if (film.file == file)
             return film;
     }
-    throw std::logic_error("no standard film " + file.toStdString());
+    fail("no standard film " + file);
 }
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)
@@ -162,8 +169,9 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     if (process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
         && process.exitCode() == 0)
         return process.readAllStandardOutput();
-    throw std::runtime_error((program + ' ' + arguments.join(' ') + ": ").toStdString()
-                             + process.readAllStandardError().toStdString());
+    fail(QString("%1 %2: %3, %4: %5")
+             .arg(program, arguments.join(' '), process.errorString(), QString::number(process.exitCode()),
+                  process.readAllStandardError()));
 }
 
 FilmSpec copied(FilmSpec film, double seconds)
@@ -182,7 +190,7 @@ QByteArray contentOf(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("cannot read " + path.toStdString());
+        fail("cannot read " + path + ": " + file.errorString());
     return file.readAll();
 }
 
@@ -190,7 +198,7 @@ void writeFile(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        throw std::runtime_error("cannot write " + path.toStdString());
+        fail("cannot write " + path + ": " + file.errorString());
 }
 
 QString makeFilm(const FilmSpec &spec)
@@ -213,7 +221,7 @@ QString makeFilm(const FilmSpec &spec)
     QLockFile lock(path + ".lock");
     lock.setStaleLockTime(0);
     if (!lock.tryLock(makingMilliseconds))
-        throw std::runtime_error("cannot lock " + spec.file.toStdString());
+        fail("cannot lock " + spec.file);
     QFile made(path + ".recipe");
     if (QFile::exists(path) && made.open(QIODevice::ReadOnly) && made.readAll() == recipe)
         return path;
