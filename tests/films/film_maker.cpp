@@ -165,7 +165,12 @@ const FilmSpec &standardFilm(const QString &file)
 QByteArray outputOf(const QString &program, const QStringList &arguments)
 {
     QProcess process;
-    process.start(program, arguments, QIODevice::ReadOnly);
+    // Of some thousand processes Wine fails to start one.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        process.start(program, arguments, QIODevice::ReadOnly);
+        if (process.waitForStarted())
+            break;
+    }
     if (process.waitForFinished(makingMilliseconds) && process.exitStatus() == QProcess::NormalExit
         && process.exitCode() == 0)
         return process.readAllStandardOutput();

@@ -74,8 +74,12 @@ mv "$here/ending" "$here/ended"
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION started{};
-    if (!CreateProcessW(LR"(Z:\bin\sh)", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
-                        &started))
+    // Of some thousand processes Wine fails to start one.
+    bool isStarted = false;
+    for (int attempt = 0; attempt < 3 && !isStarted; ++attempt)
+        isStarted = CreateProcessW(LR"(Z:\bin\sh)", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                   &start, &started);
+    if (!isStarted)
         return EXIT_FAILURE;
     while (!std::filesystem::exists(folder / "ended"))
         Sleep(5);
