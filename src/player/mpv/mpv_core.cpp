@@ -65,7 +65,7 @@ constexpr std::array<CoreOption, 25> wishedOptions{{
     {"af", "scaletempo"},
     // A clock where there is no sound device.
     {"audio-fallback-to-null", "yes"},
-    {"ao", "pulse,pipewire,alsa"},
+    {"ao", "pulse,pipewire,alsa,wasapi"},
     {"audio-client-name", "Таврин"},
     // What mixers call the stream.
     {"title", "${filename}"},
