@@ -41,6 +41,7 @@ std::unique_ptr<FilmFile> FilmFile::open(const std::string &path, const Interrup
     if (std::string_view(file->m_context->iformat->name).starts_with("matroska") && !file->rewind())
         return nullptr;
     file->m_marksKeys = file->areMarksTrue();
+    file->m_fieldsPerPicture = file->fieldsPerPicture();
     return file;
 }
 
@@ -218,14 +219,28 @@ const AVCodecParameters &FilmFile::parameters() const
 
 AVRational FilmFile::frameRate() const
 {
-    // GXF tells the rate of fields for an average.
-    const bool countsFields = std::string_view(m_context->iformat->name) == "gxf";
-    const AVRational told = m_stream->r_frame_rate;
-    for (const AVRational rate : {countsFields ? told : m_stream->avg_frame_rate, told}) {
+    const AVRational told = av_div_q(m_stream->r_frame_rate, {m_fieldsPerPicture, 1});
+    for (const AVRational rate : {countsFields() ? told : m_stream->avg_frame_rate, told}) {
         if (isPositive(rate))
             return rate;
     }
     return guessedFrameRate;
+}
+
+// GXF tells the rate of fields for an average.
+bool FilmFile::countsFields() const
+{
+    return std::string_view(m_context->iformat->name) == "gxf";
+}
+
+// Where the codec tells no rate of pictures either, the first two packets do.
+int FilmFile::fieldsPerPicture() const
+{
+    const bool isRateOfFields = av_cmp_q(m_stream->r_frame_rate, av_inv_q(m_stream->time_base)) == 0;
+    if (!countsFields() || !isRateOfFields || m_unread.size() < 2)
+        return 1;
+    constexpr std::int64_t pair = 2;
+    return av_sat_sub64(m_unread[1]->dts, m_unread[0]->dts) == pair ? 2 : 1;
 }
 
 bool FilmFile::knowsTimes() const

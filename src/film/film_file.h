@@ -75,6 +75,8 @@ private:
     [[nodiscard]] bool readHeader();
     [[nodiscard]] bool chooseStream();
     [[nodiscard]] bool prepareOrder();
+    [[nodiscard]] bool countsFields() const;
+    [[nodiscard]] int fieldsPerPicture() const;
     [[nodiscard]] bool areMarksTrue();
     [[nodiscard]] bool beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const;
     [[nodiscard]] Packet readStream();
@@ -108,6 +110,7 @@ private:
     bool m_paletteIsDue = false; ///< the next packet comes from elsewhere in the film
     bool m_atEnd = false;
     bool m_marksKeys = true;
+    int m_fieldsPerPicture = 1; ///< in what the container tells as the rate of pictures
     std::int64_t m_lastSlot = AV_NOPTS_VALUE;
     std::deque<Packet> m_unread; ///< of the stream, before filter and order
     Packet m_first;              ///< the first packet, without data
