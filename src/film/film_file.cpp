@@ -7,6 +7,7 @@
 #include <limits>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -25,6 +26,17 @@ bool isRegularFile(const std::string &path)
 bool isPositive(AVRational rate)
 {
     return rate.num > 0 && rate.den > 0;
+}
+
+// A picture's bytes without what lies between its lines; none if they cannot be had.
+std::vector<std::uint8_t> pixelsOf(const AVFrame &picture)
+{
+    const auto format = static_cast<AVPixelFormat>(picture.format);
+    const int size = av_image_get_buffer_size(format, picture.width, picture.height, 1);
+    std::vector<std::uint8_t> pixels(static_cast<std::size_t>(std::max(size, 0)));
+    (void)av_image_copy_to_buffer(pixels.data(), size, picture.data, picture.linesize, format, picture.width,
+                                  picture.height, 1);
+    return pixels;
 }
 
 } // namespace
@@ -191,23 +203,38 @@ bool FilmFile::areMarksTrue()
     return result;
 }
 
-// Whether the first picture that a decoder makes of the packets needs no other.
+// Whether the first picture that a decoder makes of the packets from one on needs no other.
 bool FilmFile::beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const
+{
+    if (from > 0)
+        addPalette(*packets[from]);
+    const Frame picture = decoded(packets, from, 0);
+    if (!picture)
+        return false;
+    if (from == 0 || picture->pict_type != AV_PICTURE_TYPE_NONE)
+        return picture->key_frame != 0 || picture->pict_type == AV_PICTURE_TYPE_I;
+    // The decoder does not tell: what needs no other picture is the same after another.
+    const Frame after = decoded(packets, from - 1, 1);
+    return after && pixelsOf(*picture) == pixelsOf(*after);
+}
+
+// Of the pictures that a decoder makes of the packets from one on, the one after so many; null if there is none.
+Frame FilmFile::decoded(const std::deque<Packet> &packets, std::size_t from, int skipped) const
 {
     const AVCodec *codec = avcodec_find_decoder(m_stream->codecpar->codec_id);
     const CodecContext decoder(codec == nullptr ? nullptr : avcodec_alloc_context3(codec));
-    const Frame picture(av_frame_alloc());
+    Frame picture(av_frame_alloc());
     if (!decoder || !picture || avcodec_parameters_to_context(decoder.get(), m_stream->codecpar) < 0)
-        return false;
+        return nullptr;
     decoder->thread_count = 1;
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0)
-        return false;
+        return nullptr;
     for (; from <= packets.size(); ++from) {
         (void)avcodec_send_packet(decoder.get(), from < packets.size() ? packets[from].get() : nullptr);
-        if (avcodec_receive_frame(decoder.get(), picture.get()) >= 0)
-            return picture->key_frame != 0 || picture->pict_type == AV_PICTURE_TYPE_I;
+        if (avcodec_receive_frame(decoder.get(), picture.get()) >= 0 && skipped-- == 0)
+            return picture;
     }
-    return false;
+    return nullptr;
 }
 
 // What the film is like

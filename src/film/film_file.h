@@ -79,6 +79,7 @@ private:
     [[nodiscard]] int fieldsPerPicture() const;
     [[nodiscard]] bool areMarksTrue();
     [[nodiscard]] bool beginsWithKey(const std::deque<Packet> &packets, std::size_t from) const;
+    [[nodiscard]] Frame decoded(const std::deque<Packet> &packets, std::size_t from, int skipped) const;
     [[nodiscard]] Packet readStream();
     [[nodiscard]] std::int64_t editedPictures() const;
     void countByIndex(AVPacket &packet) const;

@@ -91,6 +91,7 @@ std::vector<TriedFilm> triedFilms()
         {spec("wmv2.wmv", "-c:v wmv2 -q:v 4 -g 30")},
         {spec("theora.ogv", "-c:v libtheora -q:v 7 -g 32")},
         {spec("mpeg4.avi", "-c:v mpeg4 -q:v 4 -g 100")},
+        {spec("rpza.mov", "-c:v rpza")},
         {spec("h261.avi", "-vf scale=176:144 -c:v h261 -q:v 4")},
         {spec("h263.mkv", "-vf scale=176:144 -c:v h263 -q:v 4 -g 40")},
         {sparseAvi},
