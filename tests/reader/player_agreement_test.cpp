@@ -62,6 +62,7 @@ private Q_SLOTS:
             spec("interlaced.mp4", colourful + "yuv420p,interlace -flags +ildct+ilme"),
             spec("right.mp4", x264 + "transpose=cclock,format=yuv420p", {192, 108}, 90),
             spec("mpeg2.mpg", "-vf setsar=16/15 -c:v mpeg2video -q:v 2 -bf 2"),
+            spec("mpeg1.avi", "-c:v mpeg1video -q:v 2 -bf 2"),
             spec("mjpeg.gxf", "-c:v mjpeg -q:v 2", {720, 576}),
         };
         for (const FilmSpec &film : films)

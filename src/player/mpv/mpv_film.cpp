@@ -141,7 +141,8 @@ void readPictures(const MpvCore &core, MpvFilm &film)
     constexpr double guessedFrameRate = 25.0;
     const double rate = core.number("container-fps").value_or(0.0);
     film.times.frame = 1.0 / (rate > 0.0 && std::isfinite(rate) ? rate : guessedFrameRate);
-    film.times.first = core.number("time-pos").value_or(0.0);
+    // The core's clock begins at zero. Where the first packets tell no time, it may make one up that is before.
+    film.times.first = std::max(core.number("time-pos").value_or(0.0), 0.0);
 }
 
 } // namespace

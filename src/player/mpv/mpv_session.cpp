@@ -122,6 +122,7 @@ Status MpvSession::pause()
     }
     const FilmTimes &times = m_film.times;
     m_shown = m_core.flag("eof-reached") ? end() : m_core.number("time-pos").value_or(m_shown);
+    m_shown = std::max(m_shown, times.first);
     m_next.reset();
     if (!m_film.hasPictures())
         return statusOk;
@@ -211,7 +212,7 @@ double MpvSession::position()
     double seconds = m_tail.value_or(m_shown);
     if (!m_wantPaused)
         seconds = m_core.flag("eof-reached") ? end() : m_core.number("time-pos").value_or(m_shown);
-    return seconds - m_film.times.first;
+    return std::max(seconds - m_film.times.first, 0.0);
 }
 
 // The core's seconds for where a film that runs stands at its end.
