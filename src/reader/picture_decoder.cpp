@@ -19,9 +19,8 @@ int threadsFor(const AVCodecParameters &stream)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, most);
 }
 
-} // namespace
-
-std::unique_ptr<PictureDecoder> PictureDecoder::open(const FilmFile &film)
+/// Null if there is no decoder for the film.
+CodecContext newContext(const FilmFile &film)
 {
     const AVCodecParameters &stream = film.parameters();
     const AVCodec *codec = avcodec_find_decoder(stream.codec_id);
@@ -33,19 +32,33 @@ std::unique_ptr<PictureDecoder> PictureDecoder::open(const FilmFile &film)
     context->max_pixels = mostPicturePixels();
     if (avcodec_open2(context.get(), codec, nullptr) < 0)
         return nullptr;
-    return std::unique_ptr<PictureDecoder>(new PictureDecoder(std::move(context)));
+    return context;
+}
+
+} // namespace
+
+std::unique_ptr<PictureDecoder> PictureDecoder::open(const FilmFile &film)
+{
+    CodecContext context = newContext(film);
+    return context ? std::unique_ptr<PictureDecoder>(new PictureDecoder(film, std::move(context))) : nullptr;
 }
 
 void PictureDecoder::restart()
 {
-    avcodec_flush_buffers(m_context.get());
+    // What a decoder has taken from damage it may keep even when it is flushed; but a palette may have come only once.
+    CodecContext context = m_metDamage && m_context->pix_fmt != AV_PIX_FMT_PAL8 ? newContext(m_film) : nullptr;
+    if (context)
+        m_context = std::move(context);
+    else
+        avcodec_flush_buffers(m_context.get());
+    m_metDamage = false;
     m_drained = false;
     m_failures = 0;
 }
 
 void PictureDecoder::send(const AVPacket &packet)
 {
-    (void)avcodec_send_packet(m_context.get(), &packet);
+    noteDamage(avcodec_send_packet(m_context.get(), &packet));
 }
 
 void PictureDecoder::sendEnd()
@@ -58,11 +71,17 @@ PictureDecoder::Received PictureDecoder::receive()
 {
     Frame picture(av_frame_alloc());
     const int result = picture ? avcodec_receive_frame(m_context.get(), picture.get()) : AVERROR(ENOMEM);
+    noteDamage(result);
     if (result == 0)
         return {Outcome::Picture, std::move(picture)};
     constexpr int mostFailures = 1000;
     const bool isOver = result == AVERROR_EOF || (m_drained && ++m_failures > mostFailures);
     return {isOver ? Outcome::End : Outcome::NeedsPacket, nullptr};
+}
+
+void PictureDecoder::noteDamage(int result)
+{
+    m_metDamage = m_metDamage || (result < 0 && result != AVERROR(EAGAIN) && result != AVERROR_EOF);
 }
 
 std::size_t PictureDecoder::pictureBytes() const

@@ -8,7 +8,7 @@
 /// The decoder of a film's pictures.
 class PictureDecoder {
 public:
-    /// Null if there is no decoder for the film.
+    /// Null if there is no decoder for the film, which must outlive this.
     [[nodiscard]] static std::unique_ptr<PictureDecoder> open(const FilmFile &film);
 
     /// Forgets what it was given: the next packet comes from elsewhere in the film.
@@ -31,9 +31,13 @@ public:
     [[nodiscard]] std::size_t pictureBytes() const;
 
 private:
-    explicit PictureDecoder(CodecContext context) : m_context(std::move(context)) {}
+    PictureDecoder(const FilmFile &film, CodecContext context) : m_film(film), m_context(std::move(context)) {}
 
+    void noteDamage(int result);
+
+    const FilmFile &m_film;
     CodecContext m_context;
-    bool m_drained = false; ///< it was told the end
-    int m_failures = 0;     ///< since then
+    bool m_drained = false;   ///< it was told the end
+    int m_failures = 0;       ///< since then
+    bool m_metDamage = false; ///< since it was started
 };
