@@ -140,7 +140,13 @@ void MpvSession::standAt(double told)
 {
     // Where the pictures end, the core goes over from their time to the sound's, which may be a little behind.
     const double drawn = m_toldAtPicture.value_or(told);
-    const double latest = drawn - told < shortestTail ? std::max(told, drawn) : told;
+    double latest = drawn - told < shortestTail ? std::max(told, drawn) : told;
+    const bool isPictures = isOfPicture(latest);
+    if (!isPictures) {
+        // The position has told a sound's time just before a picture as that picture's.
+        const double first = m_film.times.first;
+        latest = first + secondsOf(pictureMediaTime(latest - first, 1.0 / m_film.times.frame));
+    }
     const auto picture = m_pictures->at(latest);
     if (!picture)
         return;
@@ -154,7 +160,7 @@ void MpvSession::standAt(double told)
     const auto next = m_pictures->after(later);
     const bool isAtEnd = next.isKnown && !next.picture;
     // A core whose decoder has found no picture since a seek tells the sound's time, and what is drawn is older.
-    if (isAtEnd || !isOfPicture(latest))
+    if (isAtEnd || !isPictures)
         pursue({pictureMediaTime(*picture - m_film.times.first, 1.0 / m_film.times.frame), SeekTo::Time});
 }
 
