@@ -92,6 +92,8 @@ function(tavrin_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LINK} Qt6::Test tavrin_options)
   tavrin_manifest(${name})
   add_test(NAME ${name} COMMAND ${name})
+  math(EXPR reported "${ARG_TIMEOUT} - 10")
   set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
+    ENVIRONMENT_MODIFICATION "TAVRIN_SECONDS=set:${reported}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0;ASAN_OPTIONS=quarantine_size_mb=16")
 endfunction()
