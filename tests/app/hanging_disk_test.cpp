@@ -133,6 +133,7 @@ private Q_SLOTS:
         QProcess program;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(child, "");
+        environment.insert("TMPDIR", m_folder.path()); // it leaves its own there
         program.setProcessEnvironment(environment);
         program.start(QCoreApplication::applicationFilePath(),
                       {QString(QTest::currentTestFunction()) + ':' + QTest::currentDataTag()});

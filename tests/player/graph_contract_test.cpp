@@ -104,7 +104,8 @@ void GraphContractTest::theEndIsTheLastPicture()
     QVERIFY(OPENED && !PAUSED);
     QVERIFY2(GetPosition() <= Duration, qPrintable(QString("%1 of %2").arg(GetPosition()).arg(Duration)));
     m_player->seekTo(0);
-    QTRY_VERIFY(m_player->shownNumber() > 2);
+    QTRY_VERIFY2(m_player->shownNumber() > 2,
+                 qPrintable(QString("%1 at %2").arg(m_player->shownNumber()).arg(GetPosition())));
     QVERIFY(GetPosition() < Duration / 2);
 }
 
