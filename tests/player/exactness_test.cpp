@@ -170,7 +170,8 @@ void ExactnessTest::pausingNamesThePictureThatIsThere()
     for (int round = 0; round < (isThorough() ? 50 : 4) && !QTest::currentTestFailed(); ++round) {
         const MediaTime until = GetPosition() + m_random.bounded(static_cast<qint64>(unitsPerSecond / 2));
         Play();
-        QTRY_VERIFY(GetPosition() > std::min(until, Duration - unitsPerSecond / 2));
+        // What the core tells first may be a little before where it stood.
+        QVERIFY(QTest::qWaitFor([until] { return GetPosition() > std::min(until, Duration - unitsPerSecond / 2); }));
         if (isThorough() && round % 2 != 0)
             moveAnyhow();
         m_player->pause();

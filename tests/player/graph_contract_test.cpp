@@ -31,6 +31,14 @@ private:
         QCOMPARE(m_player->shownNumber(), number);
         QCOMPARE(frameNumber(GetPosition(), fps), std::int64_t(number));
     }
+    /// The film comes to run at its beginning. What was there before a seek of a running film may stay for a moment.
+    [[nodiscard]] bool hasBegun()
+    {
+        return QTest::qWaitFor([this] {
+            const int shown = m_player->shownNumber();
+            return shown > 2 && shown < pictures / 2;
+        });
+    }
     [[nodiscard]] double measuredRate(double filmSeconds);
 
     QString m_film;
@@ -51,7 +59,7 @@ void GraphContractTest::init()
     QCOMPARE(QSize(srcWidth, srcHeight), QSize(320, 180));
     QVERIFY(qAbs(fps - 25.0) < 1e-6);
     QTRY_VERIFY(GetPosition() > unitsPerSecond / 10);
-    QTRY_VERIFY(m_player->shownNumber() > 2);
+    QVERIFY(hasBegun());
     m_player->pause();
     compareShown(m_player->shownNumber());
 }
@@ -104,8 +112,7 @@ void GraphContractTest::theEndIsTheLastPicture()
     QVERIFY(OPENED && !PAUSED);
     QVERIFY2(GetPosition() <= Duration, qPrintable(QString("%1 of %2").arg(GetPosition()).arg(Duration)));
     m_player->seekTo(0);
-    QTRY_VERIFY2(m_player->shownNumber() > 2,
-                 qPrintable(QString("%1 at %2").arg(m_player->shownNumber()).arg(GetPosition())));
+    QVERIFY(hasBegun());
     QVERIFY(GetPosition() < Duration / 2);
 }
 
