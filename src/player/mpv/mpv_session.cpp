@@ -141,8 +141,8 @@ void MpvSession::standAt(double told)
     // Where the pictures end, the core goes over from their time to the sound's, which may be a little behind.
     const double drawn = m_toldAtPicture.value_or(told);
     double latest = drawn - told < shortestTail ? std::max(told, drawn) : told;
-    const bool isPictures = isOfPicture(latest);
-    if (!isPictures) {
+    const bool isPictureTime = isOfPicture(latest);
+    if (!isPictureTime) {
         // The position has told a sound's time just before a picture as that picture's.
         const double first = m_film.times.first;
         latest = first + secondsOf(pictureMediaTime(latest - first, 1.0 / m_film.times.frame));
@@ -160,7 +160,7 @@ void MpvSession::standAt(double told)
     const auto next = m_pictures->after(later);
     const bool isAtEnd = next.isKnown && !next.picture;
     // A core whose decoder has found no picture since a seek tells the sound's time, and what is drawn is older.
-    if (isAtEnd || !isPictures)
+    if (isAtEnd || !isPictureTime)
         pursue({pictureMediaTime(*picture - m_film.times.first, 1.0 / m_film.times.frame), SeekTo::Time});
 }
 
